@@ -1,0 +1,57 @@
+# libquen-wbkit.so, and on a host the log library beside it.
+
+find_package(PkgConfig REQUIRED)
+# Earlier releases have faults in unpacking hostile bytes, and messages are hostile.
+pkg_check_modules(PROTOBUF_C REQUIRED IMPORTED_TARGET libprotobuf-c>=1.4.1)
+find_program(WBKIT_PROTOC_C protoc-c REQUIRED DOC "Code generator of protobuf-c")
+find_package(Java REQUIRED COMPONENTS Development)
+if(NOT JAVA_HOME)
+  # The JDK whose compiler was found, also where no system-wide default is set.
+  file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" wbkit_javac)
+  cmake_path(GET wbkit_javac PARENT_PATH JAVA_HOME)
+  cmake_path(GET JAVA_HOME PARENT_PATH JAVA_HOME)
+endif()
+find_package(JNI REQUIRED COMPONENTS JVM)
+
+# An object library, so that tests can link the parts that the shared object hides.
+add_library(wbkit_objects OBJECT
+  support/scratch.cpp
+  support/secret.cpp)
+
+target_include_directories(wbkit_objects
+  PRIVATE "${PROJECT_SOURCE_DIR}"
+  PUBLIC "${PROJECT_SOURCE_DIR}/include")
+target_include_directories(wbkit_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS} ${PROTOBUF_C_INCLUDE_DIRS})
+target_compile_options(wbkit_objects PRIVATE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+set_target_properties(wbkit_objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+target_link_libraries(wbkit_objects PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
+add_library(quen-wbkit SHARED)
+target_sources(quen-wbkit PRIVATE $<TARGET_OBJECTS:wbkit_objects>)
+target_include_directories(quen-wbkit PUBLIC
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+# Linked as C, without the libraries that CMake would add for the C++ objects: the library needs no C++ runtime, and
+# --no-undefined says so if that stops being true.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
+set_target_properties(quen-wbkit PROPERTIES
+  LINKER_LANGUAGE C
+  BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
+  LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+target_link_options(quen-wbkit PRIVATE
+  -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,max-page-size=16384
+  "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
+target_link_libraries(quen-wbkit PRIVATE PkgConfig::PROTOBUF_C ${CMAKE_DL_LIBS})
+
+if(ANDROID)
+  target_link_libraries(quen-wbkit PRIVATE log)
+else()
+  # Android's log function on a machine without Android. A library of its own, so that a program which defines the
+  # function gets the lines instead.
+  add_library(wbkit-log SHARED support/hostlog/hostlog.cpp)
+  target_compile_options(wbkit-log PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+  set_target_properties(wbkit-log PROPERTIES LINKER_LANGUAGE C CXX_VISIBILITY_PRESET hidden)
+  target_link_libraries(wbkit-log PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
+  target_link_libraries(quen-wbkit PRIVATE wbkit-log)
+endif()

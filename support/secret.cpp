@@ -1,0 +1,28 @@
+#include "support/secret.h"
+
+#include <string.h>
+
+namespace wbkit {
+
+void wipe(void *data, size_t size) {
+    if (size == 0) {
+        return;
+    }
+    memset(data, 0, size);
+    // The compiler must assume that this reads the memory, so the stores above stay.
+    asm volatile("" : : "r"(data) : "memory");
+}
+
+bool equal_in_constant_time(const void *a, const void *b, size_t size) {
+    const auto *left = static_cast<const uint8_t *>(a);
+    const auto *right = static_cast<const uint8_t *>(b);
+    unsigned difference = 0;
+    for (size_t i = 0; i < size; ++i) {
+        difference |= static_cast<unsigned>(left[i] ^ right[i]);
+        // The compiler must not know when the result is settled, or it could leave the loop then.
+        asm volatile("" : "+r"(difference));
+    }
+    return difference == 0;
+}
+
+} // namespace wbkit

@@ -1,0 +1,34 @@
+// Secrets end where they are born: wiped memory and comparison in constant time.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace wbkit {
+
+// Overwrites memory with zeros, also where a compiler sees no reader any more.
+void wipe(void *data, size_t size);
+
+// Compares without telling by its time where the first difference is.
+bool equal_in_constant_time(const void *a, const void *b, size_t size);
+
+// Bytes that start as zeros and are wiped when their scope ends.
+template <size_t N>
+class SecretBytes {
+  public:
+    SecretBytes() = default;
+    ~SecretBytes() { wipe(bytes_, N); }
+    SecretBytes(const SecretBytes &) = delete;
+    SecretBytes &operator=(const SecretBytes &) = delete;
+    SecretBytes(SecretBytes &&) = delete;
+    SecretBytes &operator=(SecretBytes &&) = delete;
+
+    [[nodiscard]] uint8_t *data() { return bytes_; }
+    [[nodiscard]] const uint8_t *data() const { return bytes_; }
+    [[nodiscard]] constexpr size_t size() const { return N; }
+
+  private:
+    alignas(16) uint8_t bytes_[N] = {};
+};
+
+} // namespace wbkit
