@@ -1,0 +1,97 @@
+#include "support/fake_jni.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+namespace test {
+
+struct FakeJni::Array {
+    std::string name;
+    Bytes bytes;
+    // What was handed out: memory of its own, so that sanitizers see any access beyond it or after its release.
+    jbyte *elements = nullptr;
+};
+
+struct FakeJni::Functions {
+    static FakeJni &self(JNIEnv *env) { return *static_cast<Env *>(env)->self; }
+    static Array &array(jarray handle) { return *reinterpret_cast<Array *>(handle); }
+
+    static jsize JNICALL length(JNIEnv *env, jarray handle) {
+        self(env).calls_.push_back("length " + array(handle).name);
+        return static_cast<jsize>(array(handle).bytes.size());
+    }
+
+    static jbyte *JNICALL elements(JNIEnv *env, jbyteArray handle, jboolean *is_copy) {
+        EXPECT_EQ(is_copy, nullptr);
+        FakeJni &jni = self(env);
+        Array &found = array(handle);
+        jni.calls_.push_back("elements " + found.name);
+        if (jni.no_elements.contains(found.name)) {
+            return nullptr;
+        }
+        EXPECT_EQ(found.elements, nullptr) << found.name << " fetched twice";
+        found.elements = new jbyte[found.bytes.size()];
+        std::ranges::copy(found.bytes, found.elements);
+        return found.elements;
+    }
+
+    static void JNICALL release(JNIEnv *env, jbyteArray handle, jbyte *elements, jint mode) {
+        Array &found = array(handle);
+        self(env).calls_.push_back("release " + found.name);
+        EXPECT_EQ(mode, 0);
+        EXPECT_NE(elements, nullptr) << found.name;
+        EXPECT_EQ(elements, found.elements) << found.name;
+        EXPECT_TRUE(std::equal(found.bytes.begin(), found.bytes.end(), reinterpret_cast<const uint8_t *>(elements)))
+            << found.name << " was changed";
+        delete[] std::exchange(found.elements, nullptr);
+    }
+
+    static jbyteArray JNICALL new_array(JNIEnv *env, jsize size) {
+        FakeJni &jni = self(env);
+        jni.calls_.push_back("new " + std::to_string(size));
+        return jni.no_new_array ? nullptr : jni.array("result", Bytes(static_cast<size_t>(size)));
+    }
+
+    static void JNICALL region(JNIEnv *env, jbyteArray handle, jsize start, jsize size, const jbyte *from) {
+        self(env).calls_.push_back("region " + std::to_string(size));
+        std::copy_n(from, size, array(handle).bytes.begin() + start);
+    }
+};
+
+FakeJni::FakeJni() : env_{}, functions_{} {
+    // Whatever else a native calls is a null pointer here.
+    functions_.GetArrayLength = Functions::length;
+    functions_.GetByteArrayElements = Functions::elements;
+    functions_.ReleaseByteArrayElements = Functions::release;
+    functions_.NewByteArray = Functions::new_array;
+    functions_.SetByteArrayRegion = Functions::region;
+    env_.functions = &functions_;
+    env_.self = this;
+}
+
+FakeJni::~FakeJni() {
+    for (const Array &array : arrays_) {
+        EXPECT_EQ(array.elements, nullptr) << array.name << " was never released";
+        delete[] array.elements;
+    }
+}
+
+jbyteArray FakeJni::array(const std::string &name, const Bytes &bytes) {
+    arrays_.push_back({name, bytes});
+    return reinterpret_cast<jbyteArray>(&arrays_.back());
+}
+
+std::optional<Bytes> FakeJni::bytes(jbyteArray array) {
+    if (array == nullptr) {
+        return std::nullopt;
+    }
+    return Functions::array(array).bytes;
+}
+
+std::vector<std::string> FakeJni::take_calls() {
+    return std::exchange(calls_, {});
+}
+
+} // namespace test
