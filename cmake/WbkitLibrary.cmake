@@ -15,6 +15,9 @@ find_package(JNI REQUIRED COMPONENTS JVM)
 
 # An object library, so that tests can link the parts that the shared object hides.
 add_library(wbkit_objects OBJECT
+  hash/hmac.cpp
+  hash/sha256.cpp
+  hash/sha256_compress.cpp
   padding/padding.cpp
   support/scratch.cpp
   support/secret.cpp)
