@@ -13,28 +13,45 @@ if(NOT JAVA_HOME)
 endif()
 find_package(JNI REQUIRED COMPONENTS JVM)
 
+# The message code is generated; the header is part of the C surface.
+set(WBKIT_GENERATED_DIR "${PROJECT_BINARY_DIR}/generated")
+set(WBKIT_CMS_GENERATED "${WBKIT_GENERATED_DIR}/quen/cms.pb-c.c" "${WBKIT_GENERATED_DIR}/quen/cms.pb-c.h")
+file(MAKE_DIRECTORY "${WBKIT_GENERATED_DIR}/quen")
+add_custom_command(
+  OUTPUT ${WBKIT_CMS_GENERATED}
+  COMMAND "${WBKIT_PROTOC_C}" "--c_out=${WBKIT_GENERATED_DIR}/quen" "--proto_path=${PROJECT_SOURCE_DIR}/cms" cms.proto
+  DEPENDS cms/cms.proto
+  VERBATIM)
+
 # An object library, so that tests can link the parts that the shared object hides.
 add_library(wbkit_objects OBJECT
+  cms/message.cpp
+  cms/pack.cpp
   hash/hmac.cpp
   hash/sha256.cpp
   hash/sha256_compress.cpp
   padding/padding.cpp
   support/scratch.cpp
-  support/secret.cpp)
+  support/secret.cpp
+  ${WBKIT_CMS_GENERATED})
 
 target_include_directories(wbkit_objects
   PRIVATE "${PROJECT_SOURCE_DIR}"
-  PUBLIC "${PROJECT_SOURCE_DIR}/include")
+  PUBLIC "${PROJECT_SOURCE_DIR}/include" "${WBKIT_GENERATED_DIR}")
 target_include_directories(wbkit_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS} ${PROTOBUF_C_INCLUDE_DIRS})
 target_compile_options(wbkit_objects PRIVATE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 set_target_properties(wbkit_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 target_link_libraries(wbkit_objects PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
+# The generator knows nothing of visibility marks nor of our warnings.
+set_source_files_properties("${WBKIT_GENERATED_DIR}/quen/cms.pb-c.c" PROPERTIES
+  COMPILE_OPTIONS "-fvisibility=default;-w")
+
 add_library(quen-wbkit SHARED)
 target_sources(quen-wbkit PRIVATE $<TARGET_OBJECTS:wbkit_objects>)
 target_include_directories(quen-wbkit PUBLIC
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${WBKIT_GENERATED_DIR}>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 # Linked as C, without the libraries that CMake would add for the C++ objects: the library needs no C++ runtime, and
 # --no-undefined says so if that stops being true.

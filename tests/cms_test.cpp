@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+
+#include "quen/cms.h"
+#include "support/bytes.h"
+
+namespace {
+
+using test::Bytes;
+using test::from_hex;
+
+struct Fields {
+    int32_t cipheralg = 0;
+    uint32_t padding = 0;
+    Bytes key, aad, tag, iv, content;
+};
+
+struct Packed {
+    int32_t status;
+    Bytes message;
+};
+
+Packed pack(const Fields &f, int32_t capacity = 4096) {
+    Bytes out(4096, 0xee);
+    int32_t out_len = capacity;
+    const auto len = [](const Bytes &bytes) { return static_cast<int32_t>(bytes.size()); };
+    const auto data = [](const Bytes &bytes) { return bytes.empty() ? nullptr : bytes.data(); };
+    // An iv pointer is always there; an empty vector may have none.
+    const uint8_t none = 0;
+    const int32_t status =
+        CMSEncrypted_Pack(f.cipheralg, f.padding, data(f.key), len(f.key), data(f.aad), len(f.aad), data(f.tag),
+                          len(f.tag), f.iv.empty() ? &none : f.iv.data(), len(f.iv), data(f.content),
+                          static_cast<uint32_t>(f.content.size()), out.data(), &out_len);
+    if (status != 0) {
+        EXPECT_EQ(out_len, capacity);
+        EXPECT_EQ(out, Bytes(4096, 0xee));
+        return {status, {}};
+    }
+    out.resize(static_cast<size_t>(out_len));
+    return {status, out};
+}
+
+struct Unpacked {
+    int32_t status;
+    Fields fields;
+};
+
+Unpacked unpack(const Bytes &message) {
+    Fields f{-1, 99, Bytes(4096), Bytes(4096), Bytes(4096), Bytes(4096), Bytes(4096)};
+    int32_t key_len = -1;
+    int32_t aad_len = -1;
+    int32_t tag_len = -1;
+    int32_t iv_len = -1;
+    uint32_t content_len = 99;
+    const int32_t status = CMSEncrypted_Unpack(message.data(), static_cast<int32_t>(message.size()), &f.cipheralg,
+                                               &f.padding, f.key.data(), &key_len, f.aad.data(), &aad_len, f.tag.data(),
+                                               &tag_len, f.iv.data(), &iv_len, f.content.data(), &content_len);
+    if (status == 0) {
+        f.key.resize(static_cast<size_t>(key_len));
+        f.aad.resize(static_cast<size_t>(aad_len));
+        f.tag.resize(static_cast<size_t>(tag_len));
+        f.iv.resize(static_cast<size_t>(iv_len));
+        f.content.resize(content_len);
+    }
+    return {status, f};
+}
+
+const std::string kVersionField = "0a13" + test::to_hex(test::bytes_of("irvo_cms_2020-02-27"));
+
+TEST(Cms, WireFormat) {
+    const Bytes iv = test::sample(16);
+    const Bytes content = test::sample(32, 2);
+    const Packed packed = pack({18, 8, {}, {}, {}, iv, content});
+    EXPECT_EQ(packed.status, 0);
+    EXPECT_EQ(test::to_hex(packed.message),
+              kVersionField + "100318122008" + "3210" + test::to_hex(iv) + "4a20" + test::to_hex(content));
+
+    // Every field, in field-number order; an enumeration beyond its names and below zero is a plain number.
+    const Packed all =
+        pack({-1, 9, from_hex("0102"), from_hex("03"), from_hex("0405"), from_hex("06"), from_hex("07")});
+    EXPECT_EQ(test::to_hex(all.message), kVersionField + "1003" + "18ffffffffffffffffff01" + "2009" + "2a020102" +
+                                             "320106" + "3a0103" + "42020405" + "4a0107");
+}
+
+TEST(Cms, RoundTrip) {
+    for (const int32_t cipheralg : {0, 6, 11, 14, 17, 20, -1}) {
+        const Fields fields{
+            cipheralg, 7, test::sample(200), test::sample(17), test::sample(16), test::sample(12), test::sample(1000)};
+        const Unpacked back = unpack(pack(fields).message);
+        ASSERT_EQ(back.status, 0);
+        EXPECT_EQ(back.fields.cipheralg, cipheralg);
+        EXPECT_EQ(back.fields.padding, 7U);
+        EXPECT_EQ(back.fields.key, fields.key);
+        EXPECT_EQ(back.fields.aad, fields.aad);
+        EXPECT_EQ(back.fields.tag, fields.tag);
+        EXPECT_EQ(back.fields.iv, fields.iv);
+        EXPECT_EQ(back.fields.content, fields.content);
+    }
+    const Unpacked nearly_empty = unpack(pack({11, 7, {}, {}, {}, test::sample(16), {}}).message);
+    EXPECT_EQ(nearly_empty.fields.key, Bytes{});
+    EXPECT_EQ(nearly_empty.fields.content, Bytes{});
+}
+
+TEST(Cms, CapacityIsMeasuredExactly) {
+    const Fields fields{18, 8, {}, {}, {}, test::sample(16), test::sample(32)};
+    EXPECT_EQ(pack(fields, 79).status, 0);
+    EXPECT_EQ(pack(fields, 78).status, -3);
+    EXPECT_EQ(pack(fields, -1).status, -3);
+}
+
+TEST(Cms, PackRefusesMissingPointersAndNegativeLengths) {
+    const uint8_t b[16] = {};
+    uint8_t out[256];
+    int32_t len = sizeof out;
+    const auto pack_with = [&](int32_t alg, const uint8_t *key, int32_t key_len, const uint8_t *aad, int32_t aad_len,
+                               const uint8_t *tag, int32_t tag_len, const uint8_t *iv, int32_t iv_len,
+                               const uint8_t *content, uint32_t content_len, uint8_t *to, int32_t *to_len) {
+        return CMSEncrypted_Pack(alg, 0, key, key_len, aad, aad_len, tag, tag_len, iv, iv_len, content, content_len, to,
+                                 to_len);
+    };
+    // The GCM numbers need every pointer but key's, the others only iv's.
+    for (const int32_t alg : {6, 7, 8}) {
+        EXPECT_EQ(pack_with(alg, nullptr, 0, nullptr, 0, b, 16, b, 16, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, nullptr, 0, b, 0, nullptr, 0, b, 16, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, nullptr, 0, b, 0, b, 16, b, 16, nullptr, 0, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, nullptr, 0, b, 0, b, 16, b, 16, b, 1, nullptr, &len), -2);
+    }
+    for (const int32_t alg : {5, 6, 9}) {
+        EXPECT_EQ(pack_with(alg, b, 1, b, 1, b, 16, nullptr, 0, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, b, 1, b, 1, b, 16, b, 16, b, 1, out, nullptr), -2);
+        EXPECT_EQ(pack_with(alg, b, -1, b, 1, b, 16, b, 16, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, b, 1, b, -1, b, 16, b, 16, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, b, 1, b, 1, b, -1, b, 16, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, b, 1, b, 1, b, 16, b, INT32_MIN, b, 1, out, &len), -2);
+        EXPECT_EQ(pack_with(alg, nullptr, 1, b, 1, b, 16, b, 16, b, 1, out, &len), -2);
+    }
+    EXPECT_EQ(pack_with(18, nullptr, 0, nullptr, 0, nullptr, 0, b, 16, nullptr, 1, out, &len), -2);
+    EXPECT_EQ(pack_with(18, nullptr, 0, nullptr, 0, nullptr, 0, b, 16, nullptr, 0, nullptr, &len), -3);
+    // More than any capacity: refused without reading the content.
+    EXPECT_EQ(pack_with(18, nullptr, 0, nullptr, 0, nullptr, 0, b, 16, b, UINT32_MAX, out, &len), -3);
+    EXPECT_EQ(len, static_cast<int32_t>(sizeof out));
+}
+
+TEST(Cms, UnpackAcceptsWhatItDoesNotKnow) {
+    // Another version, content type 1, an unknown field 15, cipheralg 20, padding 9.
+    const Unpacked unpacked = unpack(from_hex("0a0178"
+                                              "1001"
+                                              "1814"
+                                              "2009"
+                                              "7a03aabbcc"
+                                              "4a02beef"));
+    ASSERT_EQ(unpacked.status, 0);
+    EXPECT_EQ(unpacked.fields.cipheralg, 20);
+    EXPECT_EQ(unpacked.fields.padding, 9U);
+    EXPECT_EQ(unpacked.fields.content, from_hex("beef"));
+    const Unpacked no_fields = unpack(from_hex("7a00"));
+    EXPECT_EQ(no_fields.status, 0);
+    EXPECT_EQ(no_fields.fields.cipheralg, 0);
+    EXPECT_EQ(no_fields.fields.iv, Bytes{});
+}
+
+TEST(Cms, UnpackRefusesWhatIsNoMessage) {
+    EXPECT_EQ(unpack(from_hex("ff")).status, -20005);
+    EXPECT_EQ(unpack(from_hex("4a20beef")).status, -20005) << "a field longer than the message";
+    EXPECT_EQ(unpack(from_hex("4affffffff7f")).status, -20005) << "a length near 2^35";
+    EXPECT_EQ(unpack(from_hex("1a00")).status, -20005) << "an enumeration as bytes";
+    const Bytes message = pack({18, 8, {}, {}, {}, test::sample(16), test::sample(32)}).message;
+    for (size_t cut = 1; cut < message.size(); ++cut) {
+        // Some prefixes end at a field's end and are messages; none may be read beyond its end.
+        unpack(Bytes(message.begin(), message.begin() + static_cast<ptrdiff_t>(cut)));
+    }
+    int32_t alg;
+    uint32_t padding;
+    int32_t len;
+    uint32_t content_len;
+    uint8_t room[64];
+    for (const int32_t msg_len : {-1, INT32_MIN}) {
+        EXPECT_EQ(CMSEncrypted_Unpack(message.data(), msg_len, &alg, &padding, room, &len, room, &len, room, &len, room,
+                                      &len, room, &content_len),
+                  -20005);
+    }
+    EXPECT_EQ(CMSEncrypted_Unpack(nullptr, 0, &alg, &padding, room, &len, room, &len, room, &len, room, &len, room,
+                                  &content_len),
+              -20005);
+}
+
+TEST(Cms, SchemaNamesAndNumbers) {
+    const auto value = [](const ProtobufCEnumDescriptor &descriptor, const char *name) {
+        const ProtobufCEnumValue *found = protobuf_c_enum_descriptor_get_value_by_name(&descriptor, name);
+        return found == nullptr ? -1 : found->value;
+    };
+    EXPECT_EQ(value(content_type__descriptor, "ECIESENVELOPEDDATA"), 4);
+    EXPECT_EQ(value(algor__descriptor, "ECC"), 3);
+    EXPECT_EQ(value(cipher_alg__descriptor, "AES_256_CFB"), 11);
+    EXPECT_EQ(value(padding_mode__descriptor, "IRVO_PKCS7_PADDING"), 8);
+    EXPECT_EQ(value(hash_method__descriptor, "SHA512"), 2);
+    EXPECT_EQ(value(key_bits__descriptor, "ECCNist521"), 4);
+    EXPECT_EQ(value(cipher_chain_mode__descriptor, "OFB"), 4);
+    struct Expected {
+        const ProtobufCMessageDescriptor &descriptor;
+        unsigned last_number;
+        const char *last_field;
+    };
+    const Expected messages[] = {
+        {cmsencrypted_data__descriptor, 9, "encryptedContent"}, {cmsenveloped_data__descriptor, 11, "encrypteddata"},
+        {cmseciesenveloped_data__descriptor, 11, "d"},          {cmssigned_data__descriptor, 6, "signeddata"},
+        {cmsdigested_data__descriptor, 4, "digesteddata"},
+    };
+    for (const Expected &each : messages) {
+        EXPECT_EQ(each.descriptor.n_fields, each.last_number) << each.descriptor.name;
+        const ProtobufCFieldDescriptor *field =
+            protobuf_c_message_descriptor_get_field(&each.descriptor, each.last_number);
+        ASSERT_NE(field, nullptr) << each.descriptor.name;
+        EXPECT_STREQ(field->name, each.last_field);
+    }
+}
+
+} // namespace
