@@ -33,6 +33,13 @@ add_library(wbkit_objects OBJECT
   padding/padding.cpp
   support/scratch.cpp
   support/secret.cpp
+  tables/common.cpp
+  tables/encrypted_key.cpp
+  tables/entry.cpp
+  tables/hex.cpp
+  tables/library.cpp
+  tables/metadata.cpp
+  tables/symbols.cpp
   ${WBKIT_CMS_GENERATED})
 
 target_include_directories(wbkit_objects
