@@ -25,12 +25,24 @@ add_custom_command(
 
 # An object library, so that tests can link the parts that the shared object hides.
 add_library(wbkit_objects OBJECT
+  aes/algorithm.cpp
+  aes/block.cpp
+  aes/block_portable.cpp
+  aes/iv.cpp
+  aes/stream.cpp
   cms/message.cpp
   cms/pack.cpp
   hash/hmac.cpp
   hash/sha256.cpp
   hash/sha256_compress.cpp
+  modes/block_cipher.cpp
+  modes/cfb.cpp
+  modes/ctr.cpp
+  modes/ofb.cpp
+  modes/padded_message.cpp
   padding/padding.cpp
+  sm4/block.cpp
+  sm4/block_portable.cpp
   support/scratch.cpp
   support/secret.cpp
   tables/common.cpp

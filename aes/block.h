@@ -1,0 +1,36 @@
+// The AES block function from tables: its kernels and what makes a key usable.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <span>
+
+#include "modes/block_cipher.h"
+
+namespace wbkit {
+
+// Whether every table of the record is there and the round count is one of AES: what the modes ask before they begin.
+bool aes_key_is_usable(const tb_entry &key);
+
+// The key as a cipher, with the best kernel of the CPU that runs.
+BlockCipher aes_cipher(const tb_entry &key);
+BlockCipher aes_cipher(tb_entry &&key) = delete; // the cipher keeps a reference
+
+// Every kernel, best first.
+//
+// A kernel relies on the tables that its rounds read. It takes any round count: one that is not AES's leads through no
+// round table, so that only ShiftRows and the last round remain. It takes any XOR table: entries of 16 and more mean
+// nothing, but no index may leave the table. It leaves no state of a block behind in memory. It asks for its
+// instruction set by target attributes on its functions, so that no function shared with others is compiled with it.
+std::span<const KernelRow> aes_kernels();
+
+// The definition, which all other kernels are compared with.
+void aes_encrypt_blocks_portable(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+
+// Rounds that go through the round tables.
+constexpr int32_t aes_table_rounds(int32_t round_count) {
+    return round_count == 10 || round_count == 12 || round_count == 14 ? round_count - 1 : 0;
+}
+
+} // namespace wbkit

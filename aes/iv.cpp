@@ -1,0 +1,3 @@
+#include "quen/aes.h"
+
+const uint8_t IV[16] = {};

@@ -1,0 +1,263 @@
+// Every kernel of both ciphers against the definition, and the modes over batches of blocks.
+
+#include <algorithm>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "aes/block.h"
+#include "modes/stream.h"
+#include "quen/aes.h"
+#include "quen/sm4.h"
+#include "sm4/block.h"
+#include "support/table_source.h"
+
+namespace {
+
+using test::Bytes;
+using wbkit::BlockCipher;
+using wbkit::KernelRow;
+
+constexpr size_t kBlock = wbkit::kBlockSize;
+
+// Tables of an AES key, of which XOR table and round tables may be anything.
+struct AesKey {
+    test::AesTables tables;
+    tb_entry entry = {};
+
+    explicit AesKey(test::AesTables folded) : tables(std::move(folded)) {
+        entry.Nr = tables.round_count;
+        entry.Xor = tables.xor_table.data();
+        entry.Tyboxes = tables.round_tables.data();
+        entry.TboxesLast = tables.last_round.data();
+    }
+};
+
+// The block function step by step, as slow as it gets: every look-up with its index written out.
+Bytes literal_aes(const test::AesTables &t, Bytes state) {
+    const auto x = [&t](unsigned a, unsigned b) { return t.xor_table[a * 16 + b]; };
+    const auto shift_rows = [&state] { ShiftRows(state.data()); };
+    shift_rows();
+    for (size_t r = 0; r + 1 < static_cast<size_t>(t.round_count); ++r) {
+        Bytes next(16);
+        for (size_t c = 0; c < 4; ++c) {
+            const uint8_t *w[4]; // little-endian words: w[j][3] is row 0's byte
+            for (size_t j = 0; j < 4; ++j) {
+                w[j] = t.round_tables.data() + 4 * ((r * 16 + 4 * c + j) * 256 + state[4 * c + j]);
+            }
+            for (size_t j = 0; j < 4; ++j) {
+                const size_t at = 3 - j;
+                const unsigned high = x(x(w[0][at] / 16U, w[1][at] / 16U), x(w[2][at] / 16U, w[3][at] / 16U));
+                const unsigned low = x(x(w[0][at] % 16U, w[1][at] % 16U), x(w[2][at] % 16U, w[3][at] % 16U));
+                next[4 * c + j] = static_cast<uint8_t>(high * 16 + low);
+            }
+        }
+        state = next;
+        shift_rows();
+    }
+    for (size_t p = 0; p < 16; ++p) {
+        state[p] = t.last_round[p * 256 + state[p]];
+    }
+    return state;
+}
+
+test::AesTables random_tables(int32_t round_count, uint32_t seed) {
+    Bytes xor_table = test::sample(256, seed);
+    std::ranges::transform(xor_table, xor_table.begin(), [](uint8_t b) { return static_cast<uint8_t>(b & 15); });
+    return {round_count, xor_table, test::sample(static_cast<size_t>(round_count - 1) * 16384, seed + 1),
+            test::sample(4096, seed + 2)};
+}
+
+// The rows that this CPU can run; the definition at least.
+std::vector<KernelRow> usable(std::span<const KernelRow> rows) {
+    std::vector<KernelRow> result;
+    std::ranges::copy_if(rows, std::back_inserter(result), [](const KernelRow &row) { return row.usable(); });
+    EXPECT_FALSE(result.empty());
+    return result;
+}
+
+// Around every batch width that a kernel may have, in place and unaligned.
+void expect_same(const KernelRow &row, const tb_entry &entry, wbkit::BlockKernel definition) {
+    for (const size_t blocks : {0U, 1U, 2U, 3U, 4U, 5U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 33U, 63U, 64U, 65U, 200U}) {
+        const Bytes in = test::sample(blocks * kBlock + 1, static_cast<uint32_t>(blocks));
+        Bytes expected(blocks * kBlock + 2, 0xee);
+        definition(entry, in.data() + 1, expected.data() + 1, blocks);
+        Bytes out(expected.size(), 0xee);
+        row.encrypt(entry, in.data() + 1, out.data() + 1, blocks);
+        EXPECT_EQ(out, expected) << row.name << ", " << blocks << " blocks";
+        std::copy(in.begin() + 1, in.end(), out.begin() + 1);
+        row.encrypt(entry, out.data() + 1, out.data() + 1, blocks);
+        EXPECT_EQ(out, expected) << row.name << ", " << blocks << " blocks in place";
+    }
+}
+
+TEST(Kernels, AesTablesMayHoldAnything) {
+    for (const int32_t rounds : {10, 12, 14}) {
+        const AesKey key(random_tables(rounds, static_cast<uint32_t>(rounds)));
+        for (uint32_t seed = 0; seed < 20; ++seed) {
+            const Bytes block = test::sample(16, seed);
+            const Bytes expected = literal_aes(key.tables, block);
+            for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+                Bytes out(16);
+                row.encrypt(key.entry, block.data(), out.data(), 1);
+                EXPECT_EQ(out, expected) << row.name;
+            }
+            Bytes state = block;
+            Cipher(state.data(), key.entry);
+            EXPECT_EQ(state, expected);
+        }
+        for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+            expect_same(row, key.entry, wbkit::aes_encrypt_blocks_portable);
+        }
+    }
+}
+
+TEST(Kernels, AesXorEntriesBeyondANibbleStayInsideTheTable) {
+    test::AesTables tables = random_tables(10, 4);
+    tables.xor_table = Bytes(256, 0xff);
+    const AesKey key(tables);
+    for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+        Bytes block(16);
+        row.encrypt(key.entry, block.data(), block.data(), 1); // what comes out means nothing
+    }
+}
+
+TEST(Kernels, AesWithoutAnAesRoundCountTakesTheLastRoundAlone) {
+    AesKey key(random_tables(10, 5));
+    for (const int32_t rounds : {0, -1, 11, 1000}) {
+        key.entry.Nr = rounds;
+        key.entry.Tyboxes = nullptr;
+        Bytes state = test::sample(16);
+        Bytes expected = state;
+        ShiftRows(expected.data());
+        for (size_t p = 0; p < 16; ++p) {
+            expected[p] = key.tables.last_round[p * 256 + expected[p]];
+        }
+        for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+            Bytes out(16);
+            row.encrypt(key.entry, state.data(), out.data(), 1);
+            EXPECT_EQ(out, expected) << row.name << ' ' << rounds;
+        }
+    }
+}
+
+TEST(Kernels, ShiftRowsFourTimesIsNothing) {
+    Bytes state(16);
+    for (size_t i = 0; i < 16; ++i) {
+        state[i] = static_cast<uint8_t>(i);
+    }
+    const Bytes start = state;
+    ShiftRows(state.data());
+    EXPECT_EQ(test::to_hex(state), "00050a0f04090e03080d02070c01060b");
+    for (int i = 0; i < 3; ++i) {
+        ShiftRows(state.data());
+    }
+    EXPECT_EQ(state, start);
+}
+
+TEST(Kernels, Sm4TablesMayHoldAnything) {
+    const Bytes table = test::sample(32768);
+    tb_entry entry = {};
+    entry.table = table.data();
+    for (const KernelRow &row : usable(wbkit::sm4_kernels())) {
+        expect_same(row, entry, wbkit::sm4_encrypt_blocks_portable);
+    }
+    Bytes in = test::sample(16);
+    Bytes out(16);
+    wbsm4(in.data(), out.data(), entry);
+    wbsm4(in.data(), in.data(), entry);
+    EXPECT_EQ(in, out);
+}
+
+// A cipher to look through: adds 1 to every byte, and counts what it is asked for.
+size_t largest_batch;
+void add_one(const tb_entry &, const uint8_t *in, uint8_t *out, size_t blocks) {
+    largest_batch = std::max(largest_batch, blocks);
+    std::transform(in, in + blocks * kBlock, out, [](uint8_t byte) { return static_cast<uint8_t>(byte + 1); });
+}
+
+const tb_entry kNoKey = {};
+const BlockCipher kAddOne{kNoKey, add_one};
+
+// The modes as SP 800-38A writes them, a byte at a time.
+Bytes plain_ctr(Bytes counter, const Bytes &in) {
+    Bytes out;
+    for (size_t i = 0; i < in.size(); ++i) {
+        if (i != 0 && i % 16 == 0) {
+            for (size_t j = 16; j-- > 0 && ++counter[j] == 0;) {
+            }
+        }
+        out.push_back(in[i] ^ static_cast<uint8_t>(counter[i % 16] + 1));
+    }
+    return out;
+}
+
+Bytes plain_cfb(const Bytes &iv, const Bytes &in, bool decrypts) {
+    Bytes joined = iv; // iv, then the ciphertext
+    Bytes out;
+    for (size_t i = 0; i < in.size(); ++i) {
+        out.push_back(in[i] ^ static_cast<uint8_t>(joined[i / 16 * 16 + i % 16] + 1));
+        joined.push_back(decrypts ? in[i] : out[i]);
+    }
+    return out;
+}
+
+Bytes plain_ofb(Bytes output_block, const Bytes &in) {
+    Bytes out;
+    for (size_t i = 0; i < in.size(); ++i) {
+        out.push_back(in[i] ^ ++output_block[i % 16]);
+    }
+    return out;
+}
+
+TEST(Modes, AnyLengthInPlaceAndApart) {
+    const struct {
+        const char *name;
+        wbkit::StreamMode run;
+        std::function<Bytes(const Bytes &, const Bytes &)> plain;
+    } modes[] = {
+        {"cfb_encrypt", wbkit::cfb_encrypt, [](const Bytes &iv, const Bytes &in) { return plain_cfb(iv, in, false); }},
+        {"cfb_decrypt", wbkit::cfb_decrypt, [](const Bytes &iv, const Bytes &in) { return plain_cfb(iv, in, true); }},
+        {"ofb_crypt", wbkit::ofb_crypt, plain_ofb},
+        {"ctr_crypt", wbkit::ctr_crypt, plain_ctr},
+    };
+    const size_t batch = wbkit::kBatchBlocks * kBlock;
+    for (const auto &mode : modes) {
+        for (const size_t len : {size_t{0}, size_t{1}, size_t{16}, size_t{17}, size_t{33}, batch - 1, batch, batch + 1,
+                                 batch + 16, 3 * batch + 5}) {
+            for (const Bytes &iv :
+                 {test::sample(16), Bytes(16, 0xff), test::from_hex("00ffffffffffffffffffffffffffff80")}) {
+                const Bytes in = test::sample(len, 3);
+                const Bytes expected = mode.plain(iv, in);
+                Bytes out(len);
+                mode.run(kAddOne, iv.data(), in.data(), out.data(), len);
+                EXPECT_EQ(out, expected) << mode.name << ' ' << len;
+                out = in;
+                mode.run(kAddOne, iv.data(), out.data(), out.data(), len);
+                EXPECT_EQ(out, expected) << mode.name << ' ' << len << " in place";
+            }
+        }
+    }
+}
+
+TEST(Modes, CtrAndCfbDecryptionAskForManyBlocks) {
+    const Bytes in = test::sample(2048);
+    Bytes out(in.size());
+    for (const auto run : {wbkit::ctr_crypt, wbkit::cfb_decrypt}) {
+        largest_batch = 0;
+        run(kAddOne, in.data(), in.data(), out.data(), in.size());
+        EXPECT_EQ(largest_batch, wbkit::kBatchBlocks);
+    }
+}
+
+TEST(Kernels, TheFirstUsableRowIsChosen) {
+    const KernelRow rows[] = {
+        {"never", [] { return false; }, nullptr},
+        {"best", [] { return true; }, add_one},
+        {"last", [] { return false; }, wbkit::aes_encrypt_blocks_portable},
+    };
+    EXPECT_EQ(wbkit::choose_kernel(rows), add_one);
+    EXPECT_EQ(wbkit::choose_kernel(std::span(rows).last(1)), wbkit::aes_encrypt_blocks_portable) << "whatever it says";
+}
+
+} // namespace
