@@ -35,6 +35,14 @@ add_library(wbkit_objects OBJECT
   hash/hmac.cpp
   hash/sha256.cpp
   hash/sha256_compress.cpp
+  jni/accessors.cpp
+  jni/answer.cpp
+  jni/caller_check.cpp
+  jni/held_arrays.cpp
+  jni/mac.cpp
+  jni/method_table.cpp
+  jni/on_load.cpp
+  jni/stream.cpp
   modes/block_cipher.cpp
   modes/cfb.cpp
   modes/ctr.cpp
