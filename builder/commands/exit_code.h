@@ -1,0 +1,14 @@
+// What wbtables ends with.
+#pragma once
+
+namespace wbtables {
+
+enum ExitCode : int {
+    kDone = 0,
+    kRefused = 1,        // the manifest or its secrets
+    kUsage = 2,          // the command line
+    kCompilerFailed = 3, // or could not be run
+    kLibraryFailed = 4,  // it did not pass its check or could not be written
+};
+
+} // namespace wbtables

@@ -1,0 +1,90 @@
+#include "builder/manifest/document.h"
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+
+#include "builder/file_descriptor.h"
+#include "builder/manifest/read_all.h"
+
+namespace wbtables {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongestManifest = 1U << 20U;
+
+SecretBytes read_manifest_file(const fs::path &path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    try {
+        if (!file.is_open()) {
+            throw std::system_error(errno, std::generic_category());
+        }
+        if (auto text = read_all(file.get(), kLongestManifest)) {
+            return *std::move(text);
+        }
+    } catch (const std::system_error &error) {
+        throw Error(Failure::refused, fmt::format("{}: cannot be read: {}", path.string(), error.code().message()));
+    }
+    throw Error(Failure::refused, fmt::format("{}: longer than {} bytes", path.string(), kLongestManifest));
+}
+
+// The parser quotes what it stumbles over, which may be a key that lacks its quotation marks: that part goes.
+std::string without_quotes_of_the_text(std::string_view description) {
+    std::string out;
+    description = description.substr(0, description.find(", saw"));
+    while (!description.empty()) {
+        const std::size_t open = description.find('\'');
+        const std::size_t close = open == std::string_view::npos ? open : description.find('\'', open + 1);
+        if (close == std::string_view::npos) {
+            return out.append(description);
+        }
+        const std::string_view token = description.substr(open, close - open + 1);
+        // At most an escaped character.
+        constexpr std::size_t kHarmless = 4;
+        out.append(description.substr(0, open)).append(token.size() <= kHarmless ? token : "'...'");
+        description.remove_prefix(close + 1);
+    }
+    return out;
+}
+
+toml::table parse(const fs::path &path) {
+    const SecretBytes text = read_manifest_file(path);
+    try {
+        return toml::parse(std::string_view(reinterpret_cast<const char *>(text.data()), text.size()));
+    } catch (const toml::parse_error &error) {
+        Diagnostics diagnostics(path.string());
+        diagnostics.add(position_of(error.source()), without_quotes_of_the_text(error.description()));
+        diagnostics.throw_if_any();
+        throw;
+    }
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): the parser limits the depth
+void wipe(toml::node &node) {
+    if (auto *const text = node.as_string()) {
+        OPENSSL_cleanse(text->get().data(), text->get().size());
+    } else if (auto *const array = node.as_array()) {
+        for (toml::node &element : *array) {
+            wipe(element);
+        }
+    } else if (auto *const table = node.as_table()) {
+        for (auto &&[name, element] : *table) {
+            wipe(element);
+        }
+    }
+}
+
+} // namespace
+
+Document::Document(const fs::path &path) : root_(parse(path)) {}
+
+Document::~Document() {
+    wipe(root_);
+}
+
+} // namespace wbtables

@@ -1,0 +1,164 @@
+#include "builder/object/compiler.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include "builder/error.h"
+
+namespace wbtables {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kLog = "compiler.log";
+
+// A table library needs no C library and no start files; its own SONAME is how a virtual machine finds it once it is
+// loaded. 16 KiB pages and both hash tables are for Android, old and new.
+std::vector<std::string> arguments(const CompilerJob &job) {
+    return {"-shared",
+            "-nostdlib",
+            "-fuse-ld=lld",
+            "-Wl,-soname," + job.output,
+            "-Wl,-z,max-page-size=16384",
+            "-Wl,-z,relro",
+            "-Wl,-z,now",
+            "-Wl,-z,noexecstack",
+            "-Wl,-z,defs",
+            "-Wl,--hash-style=both",
+            "-Wl,--build-id=none",
+            "-Wl,--strip-all",
+            "-o",
+            job.output,
+            job.source};
+}
+
+// Secrets may have come through the environment, so the compiler gets what it needs and no more.
+std::vector<std::string> environment(const fs::path &folder) {
+    std::vector<std::string> variables = {"LC_ALL=C", "TMPDIR=" + folder.string()};
+    for (const char *const name : {"PATH", "HOME", "LD_LIBRARY_PATH"}) {
+        const char *const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nothing here changes it
+        if (value != nullptr) {
+            variables.push_back(fmt::format("{}={}", name, value));
+        }
+    }
+    return variables;
+}
+
+std::vector<char *> pointers(std::vector<std::string> &texts) {
+    std::vector<char *> out(texts.size() + 1); // ends with a null pointer
+    std::transform(texts.begin(), texts.end(), out.begin(), [](std::string &text) { return text.data(); });
+    return out;
+}
+
+// Where the child runs and what it has open: nothing of ours, for standard input too may carry a secret. It leads a
+// process group, so that what it started in turn can be ended with it.
+class SpawnSetup {
+  public:
+    explicit SpawnSetup(const fs::path &folder) {
+        check(posix_spawn_file_actions_init(&actions_));
+        check(posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str()));
+        check(posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+        check(posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, kLog, O_WRONLY | O_CREAT | O_TRUNC,
+                                               S_IRUSR | S_IWUSR));
+        check(posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO));
+        check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+        check(posix_spawnattr_init(&attributes_));
+        check(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP));
+    }
+    ~SpawnSetup() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&actions_);
+    }
+    SpawnSetup(const SpawnSetup &) = delete;
+    SpawnSetup &operator=(const SpawnSetup &) = delete;
+    SpawnSetup(SpawnSetup &&) = delete;
+    SpawnSetup &operator=(SpawnSetup &&) = delete;
+
+    [[nodiscard]] const posix_spawn_file_actions_t *actions() const { return &actions_; }
+    [[nodiscard]] const posix_spawnattr_t *attributes() const { return &attributes_; }
+
+  private:
+    static void check(int result) {
+        if (result != 0) {
+            throw std::system_error(result, std::generic_category(), "posix_spawn");
+        }
+    }
+
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+};
+
+pid_t start(const CompilerJob &job) {
+    // A relative path means the caller's folder, not the one that the compiler runs in; a bare name is searched for.
+    const std::string program =
+        job.compiler.find('/') == std::string::npos ? job.compiler : fs::absolute(job.compiler).string();
+    std::vector<std::string> argument_texts = arguments(job);
+    argument_texts.insert(argument_texts.begin(), program);
+    std::vector<std::string> environment_texts = environment(fs::absolute(job.folder));
+    const SpawnSetup setup(job.folder);
+    pid_t child = -1;
+    const int result = posix_spawnp(&child, program.c_str(), setup.actions(), setup.attributes(),
+                                    pointers(argument_texts).data(), pointers(environment_texts).data());
+    if (result != 0) {
+        throw Error(Failure::compiler,
+                    fmt::format("{}: cannot be run: {}", job.compiler, std::generic_category().message(result)));
+    }
+    return child;
+}
+
+// Asks again and again: a signal that came just before a blocking wait would not end it.
+int wait_for(pid_t child, const std::function<bool()> &interrupted) {
+    constexpr auto kInterval = std::chrono::milliseconds(2);
+    int status = 0;
+    for (;;) {
+        const pid_t ended = ::waitpid(child, &status, WNOHANG);
+        if (ended == child) {
+            return status;
+        }
+        if (ended < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "waitpid");
+        }
+        if (interrupted && interrupted()) {
+            ::kill(-child, SIGTERM);
+        }
+        std::this_thread::sleep_for(kInterval);
+    }
+}
+
+std::string contents(const fs::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted) {
+    const int status = wait_for(start(job), interrupted);
+    if (interrupted && interrupted()) {
+        throw Interrupted();
+    }
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        const std::string how = WIFEXITED(status) ? fmt::format("exit status {}", WEXITSTATUS(status))
+                                                  : fmt::format("signal {}", WTERMSIG(status));
+        throw Error(Failure::compiler,
+                    fmt::format("{}: failed with {}\n{}", job.compiler, how, contents(job.folder / kLog)));
+    }
+    if (!fs::is_regular_file(job.folder / job.output)) {
+        throw Error(Failure::compiler, fmt::format("{}: made no library", job.compiler));
+    }
+}
+
+} // namespace wbtables

@@ -1,0 +1,34 @@
+// A private folder for the files of one build.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+
+namespace wbtables {
+
+// Made inside `parent`, so that a finished file can be renamed into `parent` at one stroke; removed with all its contents
+// when the object goes.
+class WorkFolder {
+  public:
+    explicit WorkFolder(const std::filesystem::path &parent);
+    ~WorkFolder();
+    WorkFolder(const WorkFolder &) = delete;
+    WorkFolder &operator=(const WorkFolder &) = delete;
+    WorkFolder(WorkFolder &&) = delete;
+    WorkFolder &operator=(WorkFolder &&) = delete;
+
+    [[nodiscard]] const std::filesystem::path &path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+// Writes a new file that its owner alone can read.
+void write_file(const std::filesystem::path &path, std::span<const std::byte> bytes);
+
+// Puts the finished `from` in the place of `to`, on the disk before the name changes. Whoever has the old file open keeps
+// it.
+void publish_file(const std::filesystem::path &from, const std::filesystem::path &to);
+
+} // namespace wbtables

@@ -1,0 +1,150 @@
+// wbtables as its users run it.
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "key_sets.h"
+#include "quen/tables.h"
+#include "run_command.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test::CommandResult;
+using test::run_wbtables;
+
+constexpr const char *kManifest = R"(wbid = "demo"
+version = 1
+appid = "com.example.demo"
+sk = "-"
+ak = "env:DEMO_AK"
+
+[[key]]
+id = "pay"
+cipher = "aes-256"
+value = "file:pay.hex"
+
+[[key]]
+id = "sm"
+cipher = "sm4"
+value = "random"
+)";
+
+constexpr const char *kSk = "the-secret-sk-text";
+constexpr const char *kAk = "the-secret-ak-text";
+constexpr const char *kKey = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
+
+class Command : public testing::Test {
+  protected:
+    Command() {
+        test::write_text(folder() / "demo.toml", kManifest);
+        test::write_text(folder() / "pay.hex", kKey);
+        fs::create_directory(folder() / "out");
+    }
+    ~Command() override {
+        for (const char *const secret : {kSk, kAk, "0001020304"}) {
+            EXPECT_EQ(all_output_.find(secret), std::string::npos) << all_output_;
+        }
+    }
+    const fs::path &folder() const { return dir_.path(); }
+
+    CommandResult run(std::vector<std::string> arguments) {
+        CommandResult result = run_wbtables(folder(), arguments, std::string(kSk) + "\n", {{"DEMO_AK", kAk}});
+        all_output_ += result.out + result.err;
+        return result;
+    }
+    CommandResult build_with(const std::string &compiler_script) {
+        test::write_text(folder() / "cc", "#!/bin/sh\n" + compiler_script + "\n", 0700);
+        return run({"build", "demo.toml", "-o", "out", "--cc", "./cc"});
+    }
+
+  private:
+    test::TempDir dir_;
+    std::string all_output_;
+};
+
+TEST_F(Command, BuildsALibraryAndSaysSoInOneLine) {
+    const CommandResult result = run({"build", "demo.toml", "-o", "out"});
+    EXPECT_EQ(result.exit_code, 0);
+    const fs::path library = folder() / "out/libwb_tables_demo_1.so";
+    EXPECT_EQ(result.out, "out/libwb_tables_demo_1.so: 2 keys, " + std::to_string(fs::file_size(library)) + " bytes\n");
+    EXPECT_EQ(result.err, "wbtables: warning: SM4 round keys can be read from the tables of SM4 keys\n");
+    const tb_common common = get_tb_common((folder() / "out").c_str(), "demo", 1);
+    EXPECT_EQ(common.status, 0);
+    EXPECT_STREQ(common.sk, kSk);
+    EXPECT_STREQ(common.ak, kAk);
+}
+
+TEST_F(Command, WarnsAloudOfPlainTables) {
+    const CommandResult result = run({"build", "demo.toml", "-o", "out", "--encoding", "none"});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err,
+              "wbtables: WARNING: --encoding none: every key can be read from this library. For tests only!\n"
+              "wbtables: warning: SM4 round keys can be read from the tables of SM4 keys\n");
+}
+
+TEST_F(Command, HelpAndVersionSucceed) {
+    EXPECT_NE(run({"build", "--help"}).out.find("wbtables build demo.toml -o out"), std::string::npos);
+    EXPECT_NE(run({"--help"}).out.find("build"), std::string::npos);
+    EXPECT_EQ(run({"--version"}).out.rfind("wbtables ", 0), 0U);
+    EXPECT_EQ(run({"--help"}).exit_code, 0);
+    EXPECT_EQ(run({"--version"}).exit_code, 0);
+}
+
+TEST_F(Command, ExitCodesTellWhoseTurnItIs) {
+    test::write_text(folder() / "bad.toml", "wbid = 'demo'\n");
+    const struct {
+        int exit_code;
+        std::vector<std::string> arguments;
+        const char *message;
+    } cases[] = {
+        {1, {"build", "bad.toml", "-o", "out"}, "bad.toml:1:1: version is missing\n"},
+        {2, {}, "A subcommand is required"},
+        {2, {"make"}, ""},
+        {2, {"build", "demo.toml"}, "--output is required"},
+        {2, {"build", "demo.toml", "-o", "out", "--encoding", "some"}, "--encoding"},
+        {2, {"build", "demo.toml", "-o", "out", "--key", "00"}, "--key"},
+        {3, {"build", "demo.toml", "-o", "out", "--cc", "false"}, "false: failed with exit status 1\n"},
+        {3, {"build", "demo.toml", "-o", "out", "--cc", "./cc"}, "./cc: cannot be run: No such file or directory\n"},
+        {4, {"build", "demo.toml", "-o", "nowhere"}, "nowhere: cannot be written: No such file or directory\n"},
+    };
+    for (const auto &each : cases) {
+        const CommandResult result = run(each.arguments);
+        EXPECT_EQ(result.exit_code, each.exit_code) << result.err;
+        EXPECT_NE(result.err.find(each.message), std::string::npos) << result.err;
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(test::names_in(folder() / "out").empty());
+    }
+    EXPECT_EQ(build_with("clang \"$@\" && echo rubbish > libwb_tables_demo_1.so").exit_code, 4);
+}
+
+TEST_F(Command, TheCompilerSeesNoSecretOnItsWay) {
+    const CommandResult result = build_with("env > '" + (folder() / "seen").string() + "'\nls /proc/self/fd >> '" +
+                                            (folder() / "seen").string() + "'\ncat tables.s - >> '" +
+                                            (folder() / "seen").string() + "'\nexec clang \"$@\"");
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const std::string seen = test::read_text(folder() / "seen");
+    EXPECT_NE(seen.find("TMPDIR=" + (fs::canonical(folder()) / "out/.wbtables-").string()), std::string::npos) << seen;
+    EXPECT_NE(seen.find("TboxesLast_pay"), std::string::npos);
+    EXPECT_EQ(seen.find("DEMO_AK"), std::string::npos) << seen;
+    EXPECT_EQ(seen.find("the-secret"), std::string::npos) << seen;
+    EXPECT_NE(seen.find("\n2\n"), std::string::npos) << seen;
+    EXPECT_EQ(seen.find("\n9\n"), std::string::npos) << seen;
+}
+
+TEST_F(Command, LeavesNothingBehindWhenItIsEnded) {
+    const fs::path late = folder() / "late";
+    const std::pair<const char *, int> signals[] = {{"TERM", 15}, {"INT", 2}, {"HUP", 1}, {"QUIT", 3}};
+    for (const auto &[name, number] : signals) {
+        const CommandResult result =
+            build_with("kill -" + std::string(name) + " $PPID; sleep 10; touch '" + late.string() + "'");
+        EXPECT_EQ(result.exit_code, 128 + number) << name;
+        EXPECT_EQ(result.out + result.err, "") << name;
+        EXPECT_TRUE(test::names_in(folder() / "out").empty()) << name;
+        EXPECT_FALSE(fs::exists(late)) << name << ": the compiler was waited for";
+    }
+}
+
+} // namespace

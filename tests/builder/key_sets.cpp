@@ -1,0 +1,76 @@
+#include "key_sets.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+
+#include <openssl/evp.h>
+#include <sys/stat.h>
+
+namespace test {
+
+using wbtables::Algorithm;
+
+wbtables::SecretBytes secret(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+wbtables::KeySpec key_of(const std::string &id, Algorithm algorithm) {
+    const Bytes value = sample(row_of(algorithm).key_len, static_cast<uint32_t>(std::hash<std::string>()(id)));
+    return {id, algorithm, {value.begin(), value.end()}, {}};
+}
+
+wbtables::KeySpec signing_key_of(const std::string &id, Algorithm algorithm) {
+    wbtables::KeySpec key = key_of(id, algorithm);
+    const Bytes signing_key = sample(32, static_cast<uint32_t>(std::hash<std::string>()(id + "signing")));
+    key.signing_key.emplace(signing_key.begin(), signing_key.end());
+    return key;
+}
+
+wbtables::KeySet key_set_of(std::vector<wbtables::KeySpec> keys) {
+    return {"demo", 1, "com.example.demo", "com.example.demo", secret("the sk"), secret("the ak"), std::move(keys)};
+}
+
+Bytes openssl_blocks(const wbtables::KeySpec &key, const Bytes &in) {
+    const EVP_CIPHER *const ciphers[] = {EVP_aes_128_ecb(), EVP_aes_192_ecb(), EVP_aes_256_ecb(), EVP_sm4_ecb()};
+    const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX *)> context(EVP_CIPHER_CTX_new(),
+                                                                              EVP_CIPHER_CTX_free);
+    Bytes out(in.size() + 16);
+    int written = 0;
+    if (EVP_EncryptInit_ex(context.get(), ciphers[static_cast<int>(key.algorithm)], nullptr, key.value.data(),
+                           nullptr) != 1 ||
+        EVP_EncryptUpdate(context.get(), out.data(), &written, in.data(), static_cast<int>(in.size())) != 1) {
+        throw std::runtime_error("OpenSSL cannot encrypt");
+    }
+    out.resize(in.size());
+    return out;
+}
+
+void write_text(const std::filesystem::path &path, std::string_view text, mode_t mode) {
+    std::filesystem::remove(path); // it may be one that cannot be written
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    file.close();
+    if (!file || chmod(path.c_str(), mode) != 0) {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+std::string read_text(const std::filesystem::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> names_in(const std::filesystem::path &folder) {
+    std::vector<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+} // namespace test
