@@ -1,0 +1,49 @@
+# Run by ctest; the variables come from the command line.
+cmake_minimum_required(VERSION 3.25)
+
+set(prefix "${FOLDER}/prefix")
+file(REMOVE_RECURSE "${prefix}" "${FOLDER}/consumer")
+
+function(run)
+  execute_process(COMMAND ${ARGV} COMMAND_ECHO STDOUT COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# Every file that is promised, and no other.
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
+file(GLOB headers RELATIVE "${HEADERS}" "${HEADERS}/*.h")
+list(APPEND headers cms.pb-c.h)
+set(expected ${headers})
+list(TRANSFORM expected PREPEND include/quen/)
+list(APPEND expected
+  bin/wbtables
+  "${LIBDIR}/libquen-wbkit.so"
+  "${LIBDIR}/libwbkit-log.so"
+  share/java/wbkit.jar
+  share/doc/QuenWbkit/LICENSE)
+file(GLOB_RECURSE installed RELATIVE "${prefix}" "${prefix}/*")
+list(FILTER installed EXCLUDE REGEX "/cmake/QuenWbkit/QuenWbkit[A-Za-z-]*\\.cmake$")
+list(SORT expected)
+list(SORT installed)
+if(NOT installed STREQUAL expected)
+  message(FATAL_ERROR "Installed: ${installed}\nExpected:  ${expected}")
+endif()
+
+# Every header stands alone, in C99 and in C++20.
+set(includes "-I${prefix}/include")
+list(FILTER FOREIGN_INCLUDES EXCLUDE REGEX "^$") # protobuf-c names no folder if it stands among the system's headers
+foreach(folder IN LISTS FOREIGN_INCLUDES)
+  list(APPEND includes -idirafter "${folder}")
+endforeach()
+set(strict -Wall -Wextra -pedantic -Werror -fsyntax-only)
+foreach(header IN LISTS headers)
+  # ISO C forbids an empty translation unit, which a header may be.
+  file(WRITE "${FOLDER}/alone.c" "#include <quen/${header}>\nint some_declaration;\n")
+  run("${CC}" -std=c99 ${strict} ${includes} "${FOLDER}/alone.c")
+  run("${CXX}" -std=c++20 ${strict} ${includes} -x c++ "${FOLDER}/alone.c")
+endforeach()
+
+# A project that knows the prefix alone: it compiles, makes a table library, and runs.
+run("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${FOLDER}/consumer" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
+    "-DCMAKE_C_COMPILER=${CC}" "-DCMAKE_C_FLAGS=${C_FLAGS}")
+run("${CMAKE_COMMAND}" --build "${FOLDER}/consumer")
+run("${CMAKE_CTEST_COMMAND}" --test-dir "${FOLDER}/consumer" --output-on-failure --no-tests=error)
