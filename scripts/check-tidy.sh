@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Runs clang-tidy 14 over the library's and the builder's sources, as they are compiled in build/release.
+set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+command -v clang-tidy-14 >/dev/null || fail "clang-tidy-14 is missing; scripts/bootstrap.sh test installs it"
+
+configure_and_build release
+
+# Generated sources stand under build/; tests are held to the compilers' warnings alone.
+files=()
+while IFS= read -r file; do
+  case $file in
+    "$root"/build/* | "$root"/tests/*) ;;
+    *) files+=("$file") ;;
+  esac
+done < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/release/compile_commands.json | sort -u)
+[ "${#files[@]}" -gt 0 ] || fail "build/release/compile_commands.json names no source"
+
+# It counts the warnings that it does not show.
+printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$jobs" clang-tidy-14 --quiet -p build/release \
+  2> >(grep -v -E '^[0-9]+ warnings? generated' >&2)
+echo "${#files[@]} sources are clean."

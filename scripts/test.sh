@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Sets this machine up, builds everything, and runs all tests and checks.
+#
+#   scripts/test.sh            all of it
+#   scripts/test.sh --quick    the tests of the release build alone
+set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+usage() {
+  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
+}
+
+quick=no
+case ${1-} in
+  '') ;;
+  --quick) quick=yes ;;
+  -h | --help) usage && exit ;;
+  *) fail "unknown argument: $1; see --help" ;;
+esac
+[ $# -le 1 ] || fail "one option at a time; see --help"
+
+trap took EXIT
+
+step "Packages"
+"$root/scripts/bootstrap.sh" test
+
+step "Build and tests"
+configure_and_build release -DWBKIT_BUILD_TESTS=ON
+ctest --preset release
+passed="tests"
+
+if [ "$quick" = no ]; then
+  for check in format tidy sanitizers; do
+    step "Check: $check"
+    "$root/scripts/check-$check.sh"
+    passed="$passed, $check"
+  done
+fi
+
+printf '\nPassed: %s.\n' "$passed"
