@@ -13,25 +13,23 @@ constexpr KernelRow kKernels[] = {
     {"portable", [] { return true; }, aes_encrypt_blocks_portable},
 };
 
+bool is_usable(const tb_entry &key) {
+    return key.status == WBKIT_OK && aes_table_rounds(key.Nr) != 0 && key.Xor != nullptr && key.Tyboxes != nullptr &&
+           key.TboxesLast != nullptr;
+}
+
 } // namespace
+
+const CipherFamily kAes{"Nr", is_usable, aes_kernels};
 
 std::span<const KernelRow> aes_kernels() {
     return kKernels;
 }
 
-bool aes_key_is_usable(const tb_entry &key) {
-    return key.status == WBKIT_OK && aes_table_rounds(key.Nr) != 0 && key.Xor != nullptr && key.Tyboxes != nullptr &&
-           key.TboxesLast != nullptr;
-}
-
-BlockCipher aes_cipher(const tb_entry &key) {
-    return {key, choose_kernel(kKernels)};
-}
-
 } // namespace wbkit
 
 void Cipher(uint8_t state[16], tb_entry entry) {
-    wbkit::aes_cipher(entry).encrypt(state, state, 1);
+    wbkit::cipher_of(wbkit::kAes, entry).encrypt(state, state, 1);
 }
 
 void ShiftRows(uint8_t state[16]) {

@@ -1,4 +1,4 @@
-// The AES block function from tables: its kernels and what makes a key usable.
+// AES from tables: the cipher and its kernels.
 #pragma once
 
 #include <stddef.h>
@@ -6,16 +6,12 @@
 
 #include <span>
 
-#include "modes/block_cipher.h"
+#include "modes/cipher_family.h"
 
 namespace wbkit {
 
-// Whether every table of the record is there and the round count is one of AES: what the modes ask before they begin.
-bool aes_key_is_usable(const tb_entry &key);
-
-// The key as a cipher, with the best kernel of the CPU that runs.
-BlockCipher aes_cipher(const tb_entry &key);
-BlockCipher aes_cipher(tb_entry &&key) = delete; // the cipher keeps a reference
+// A key is usable if every table of its record is there and the round count is one of AES.
+extern const CipherFamily kAes;
 
 // Every kernel, best first.
 //

@@ -61,14 +61,19 @@ void encrypt_block(const tb_entry &key, const uint8_t *in, uint8_t *out, uint8_t
     }
 }
 
+[[gnu::noinline]] void encrypt_blocks(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
+    uint8_t state[kBlockSize];
+    uint8_t shifted[kBlockSize];
+    for (size_t block = 0; block < blocks; ++block) {
+        encrypt_block(key, in + block * kBlockSize, out + block * kBlockSize, state, shifted);
+    }
+}
+
 } // namespace
 
 void aes_encrypt_blocks_portable(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
-    SecretBytes<kBlockSize> state;
-    SecretBytes<kBlockSize> shifted;
-    for (size_t block = 0; block < blocks; ++block) {
-        encrypt_block(key, in + block * kBlockSize, out + block * kBlockSize, state.data(), shifted.data());
-    }
+    encrypt_blocks(key, in, out, blocks);
+    wipe_stack();
 }
 
 } // namespace wbkit

@@ -45,18 +45,22 @@ add_library(wbkit_objects OBJECT
   jni/stream.cpp
   modes/block_cipher.cpp
   modes/cfb.cpp
+  modes/cipher_family.cpp
   modes/ctr.cpp
   modes/ofb.cpp
   modes/padded_message.cpp
+  modes/stream_function.cpp
   padding/padding.cpp
   sm4/block.cpp
   sm4/block_portable.cpp
+  sm4/stream.cpp
   support/scratch.cpp
   support/secret.cpp
   tables/common.cpp
   tables/encrypted_key.cpp
   tables/entry.cpp
   tables/hex.cpp
+  tables/key_source.cpp
   tables/library.cpp
   tables/metadata.cpp
   tables/symbols.cpp

@@ -9,10 +9,10 @@
 
 namespace wbkit {
 
-// An unpacked message; empty if the bytes are not one. Freed when its scope ends.
+// An unpacked message; empty if the bytes are not one, null or of a negative length. Freed when its scope ends.
 class UnpackedMessage {
   public:
-    UnpackedMessage(const uint8_t *bytes, size_t size);
+    UnpackedMessage(const uint8_t *bytes, int64_t size);
     ~UnpackedMessage();
     UnpackedMessage(const UnpackedMessage &) = delete;
     UnpackedMessage &operator=(const UnpackedMessage &) = delete;

@@ -2,9 +2,10 @@
 
 #include <string.h>
 
-#include <algorithm>
+#include <initializer_list>
 
 #include "cms/message.h"
+#include "cms/pack.h"
 #include "quen/cms.h"
 #include "quen/status.h"
 #include "support/scratch.h"
@@ -14,24 +15,18 @@ namespace {
 
 constexpr char kSchemaVersion[] = "irvo_cms_2020-02-27";
 
-struct Bytes {
-    const uint8_t *data;
-    int64_t len;
-
-    [[nodiscard]] bool valid() const { return len == 0 || (len > 0 && data != nullptr); }
-};
-
 bool is_gcm(int32_t cipheralg) {
     return cipheralg >= CIPHER_ALG__AES_128_GCM && cipheralg <= CIPHER_ALG__AES_256_GCM;
 }
 
 // protobuf-c's type for bytes has no const; packing only reads.
-ProtobufCBinaryData binary(const Bytes &bytes) {
+ProtobufCBinaryData binary(const FieldBytes &bytes) {
     return {static_cast<size_t>(bytes.len), const_cast<uint8_t *>(bytes.data)};
 }
 
 int32_t serialise(const CMSEncryptedData &message, uint8_t *out, int32_t *out_len) {
     const size_t size = cmsencrypted_data__get_packed_size(&message);
+    // Not into `out` at once, which may overlap the fields.
     ScratchBuffer packed(size);
     if (!packed) {
         return WBKIT_PACK_NO_MEMORY;
@@ -57,49 +52,56 @@ void copy_field(const ProtobufCBinaryData &field, uint8_t *out, Length *out_len)
 }
 
 } // namespace
-} // namespace wbkit
 
-int32_t CMSEncrypted_Pack(int32_t cipheralg, uint32_t padding, const uint8_t *key, int32_t key_len, const uint8_t *aad,
-                          int32_t aad_len, const uint8_t *tag, int32_t tag_len, const uint8_t *iv, int32_t iv_len,
-                          const uint8_t *content, uint32_t content_len, uint8_t *out, int32_t *out_len) {
-    using wbkit::Bytes;
-    const bool gcm_fields = tag != nullptr && aad != nullptr && content != nullptr && out != nullptr;
-    if (iv == nullptr || out_len == nullptr || (wbkit::is_gcm(cipheralg) && !gcm_fields)) {
-        return WBKIT_BAD_ARGUMENTS;
-    }
-    const Bytes fields[] = {{key, key_len}, {aad, aad_len}, {tag, tag_len}, {iv, iv_len}, {content, content_len}};
-    if (!std::ranges::all_of(fields, &Bytes::valid)) {
+int32_t pack_message(const MessageFields &fields, uint8_t *out, int32_t *out_len) {
+    const bool gcm_fields =
+        fields.tag.data != nullptr && fields.aad.data != nullptr && fields.content.data != nullptr && out != nullptr;
+    if (fields.iv.data == nullptr || out_len == nullptr || (is_gcm(fields.cipheralg) && !gcm_fields)) {
         return WBKIT_BAD_ARGUMENTS;
     }
     int64_t field_bytes = 0;
-    for (const Bytes &field : fields) {
-        field_bytes += field.len;
+    for (const FieldBytes *field : {&fields.key, &fields.aad, &fields.tag, &fields.iv, &fields.content}) {
+        if (!field->valid()) {
+            return WBKIT_BAD_ARGUMENTS;
+        }
+        field_bytes += field->len;
     }
     // No capacity can hold it, and on a 32-bit machine the packed size would wrap.
     if (field_bytes > INT32_MAX) {
         return WBKIT_BUFFER_TOO_SMALL;
     }
     CMSEncryptedData message = CMSENCRYPTED_DATA__INIT;
-    message.version =
-        wbkit::binary({reinterpret_cast<const uint8_t *>(wbkit::kSchemaVersion), sizeof wbkit::kSchemaVersion - 1});
+    message.version = binary({reinterpret_cast<const uint8_t *>(kSchemaVersion), sizeof kSchemaVersion - 1});
     message.ctype = CONTENT_TYPE__ENCRYPTEDDATA;
-    wbkit::set_number(message.cipheralg, cipheralg);
-    wbkit::set_number(message.padding, static_cast<int32_t>(padding));
-    message.key = wbkit::binary(fields[0]);
-    message.aad = wbkit::binary(fields[1]);
-    message.tag = wbkit::binary(fields[2]);
-    message.iv = wbkit::binary(fields[3]);
-    message.encryptedcontent = wbkit::binary(fields[4]);
-    return wbkit::serialise(message, out, out_len);
+    set_number(message.cipheralg, fields.cipheralg);
+    set_number(message.padding, fields.padding);
+    message.key = binary(fields.key);
+    message.aad = binary(fields.aad);
+    message.tag = binary(fields.tag);
+    message.iv = binary(fields.iv);
+    message.encryptedcontent = binary(fields.content);
+    return serialise(message, out, out_len);
+}
+
+} // namespace wbkit
+
+int32_t CMSEncrypted_Pack(int32_t cipheralg, uint32_t padding, const uint8_t *key, int32_t key_len, const uint8_t *aad,
+                          int32_t aad_len, const uint8_t *tag, int32_t tag_len, const uint8_t *iv, int32_t iv_len,
+                          const uint8_t *content, uint32_t content_len, uint8_t *out, int32_t *out_len) {
+    return wbkit::pack_message({cipheralg,
+                                static_cast<int32_t>(padding),
+                                {key, key_len},
+                                {aad, aad_len},
+                                {tag, tag_len},
+                                {iv, iv_len},
+                                {content, content_len}},
+                               out, out_len);
 }
 
 int32_t CMSEncrypted_Unpack(const uint8_t *msg, int32_t msg_len, int32_t *cipheralg, uint32_t *padding, uint8_t *key,
                             int32_t *key_len, uint8_t *aad, int32_t *aad_len, uint8_t *tag, int32_t *tag_len,
                             uint8_t *iv, int32_t *iv_len, uint8_t *content, uint32_t *content_len) {
-    if (msg == nullptr || msg_len < 0) {
-        return WBKIT_UNPACK_FAILED;
-    }
-    const wbkit::UnpackedMessage message(msg, static_cast<size_t>(msg_len));
+    const wbkit::UnpackedMessage message(msg, msg_len);
     if (!message) {
         return WBKIT_UNPACK_FAILED;
     }

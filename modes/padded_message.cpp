@@ -27,9 +27,6 @@ const PaddingScheme *find_scheme(int32_t padding) {
     return index < std::size(kSchemes) ? &kSchemes[index] : nullptr;
 }
 
-// The limit keeps padded lengths within a signed 32-bit number.
-constexpr uint64_t kLongestMessage = INT32_MAX - kBlockSize;
-
 constexpr uint64_t padded_len(uint64_t in_len) {
     return in_len + kBlockSize - in_len % kBlockSize;
 }

@@ -5,6 +5,9 @@
 
 namespace wbkit {
 
+// Messages are no longer, so that padded lengths stay within a signed 32-bit number.
+constexpr uint64_t kLongestMessage = INT32_MAX - kBlockSize;
+
 // The arguments that the mode functions of both ciphers share, as quen/aes.h states them.
 struct Message {
     const uint8_t *iv;

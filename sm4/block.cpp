@@ -1,6 +1,7 @@
 #include "sm4/block.h"
 
 #include "quen/sm4.h"
+#include "quen/status.h"
 
 namespace wbkit {
 namespace {
@@ -9,18 +10,21 @@ constexpr KernelRow kKernels[] = {
     {"portable", [] { return true; }, sm4_encrypt_blocks_portable},
 };
 
+bool is_usable(const tb_entry &key) {
+    return key.status == WBKIT_OK && key.table != nullptr && key.Xor == nullptr && key.Tyboxes == nullptr &&
+           key.TboxesLast == nullptr;
+}
+
 } // namespace
+
+const CipherFamily kSm4{"table", is_usable, sm4_kernels};
 
 std::span<const KernelRow> sm4_kernels() {
     return kKernels;
 }
 
-BlockCipher sm4_cipher(const tb_entry &key) {
-    return {key, choose_kernel(kKernels)};
-}
-
 } // namespace wbkit
 
 void wbsm4(const uint8_t in[16], uint8_t out[16], tb_entry entry) {
-    wbkit::sm4_cipher(entry).encrypt(in, out, 1);
+    wbkit::cipher_of(wbkit::kSm4, entry).encrypt(in, out, 1);
 }

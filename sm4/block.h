@@ -1,4 +1,4 @@
-// The SM4 block function from tables: its kernels.
+// SM4 from tables: the cipher and its kernels.
 #pragma once
 
 #include <stddef.h>
@@ -6,13 +6,12 @@
 
 #include <span>
 
-#include "modes/block_cipher.h"
+#include "modes/cipher_family.h"
 
 namespace wbkit {
 
-// The cipher of a key whose `table` is set, with the best kernel of the CPU that runs.
-BlockCipher sm4_cipher(const tb_entry &key);
-BlockCipher sm4_cipher(tb_entry &&key) = delete; // the cipher keeps a reference
+// A key is usable if its record has a table set and is none of AES, whose `table` is another and smaller one.
+extern const CipherFamily kSm4;
 
 // Every kernel, best first. A kernel leaves no state of a block behind in memory, and asks for its instruction set by
 // target attributes on its functions.

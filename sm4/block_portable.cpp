@@ -37,14 +37,18 @@ void encrypt_block(const uint8_t *table, const uint8_t *in, uint8_t *out, uint32
     }
 }
 
+[[gnu::noinline]] void encrypt_blocks(const uint8_t *table, const uint8_t *in, uint8_t *out, size_t blocks) {
+    uint32_t x[4];
+    for (size_t block = 0; block < blocks; ++block) {
+        encrypt_block(table, in + block * kBlockSize, out + block * kBlockSize, x);
+    }
+}
+
 } // namespace
 
 void sm4_encrypt_blocks_portable(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
-    uint32_t x[4];
-    for (size_t block = 0; block < blocks; ++block) {
-        encrypt_block(key.table, in + block * kBlockSize, out + block * kBlockSize, x);
-    }
-    wipe(x, sizeof x);
+    encrypt_blocks(key.table, in, out, blocks);
+    wipe_stack();
 }
 
 } // namespace wbkit

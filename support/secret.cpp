@@ -13,6 +13,11 @@ void wipe(void *data, size_t size) {
     asm volatile("" : : "r"(data) : "memory");
 }
 
+[[gnu::noinline]] void wipe_stack() {
+    uint8_t stack[kWipedStack];
+    wipe(stack, sizeof stack);
+}
+
 bool equal_in_constant_time(const void *a, const void *b, size_t size) {
     const auto *left = static_cast<const uint8_t *>(a);
     const auto *right = static_cast<const uint8_t *>(b);
@@ -23,6 +28,21 @@ bool equal_in_constant_time(const void *a, const void *b, size_t size) {
         asm volatile("" : "+r"(difference));
     }
     return difference == 0;
+}
+
+int32_t order_in_constant_time(const void *a, const void *b, size_t size) {
+    const auto *left = static_cast<const uint8_t *>(a);
+    const auto *right = static_cast<const uint8_t *>(b);
+    int32_t order = 0;
+    // From the end, so that the first difference has the last word.
+    for (size_t i = size; i-- > 0;) {
+        const int32_t difference = left[i] - right[i];
+        // All ones if they differ: then the difference or its opposite is negative.
+        const int32_t differs = (difference | -difference) >> 31;
+        order = (difference & differs) | (order & ~differs);
+        asm volatile("" : "+r"(order)); // as above
+    }
+    return order;
 }
 
 } // namespace wbkit

@@ -9,8 +9,18 @@ namespace wbkit {
 // Overwrites memory with zeros, also where a compiler sees no reader any more.
 void wipe(void *data, size_t size);
 
+// Overwrites the piece of the stack on which the function that was just called worked: what its compiler put there that
+// has no name to wipe it by. Called by the caller of that function, which must not be inlined and must not take more
+// than this.
+constexpr size_t kWipedStack = 512;
+void wipe_stack();
+
 // Compares without telling by its time where the first difference is.
 bool equal_in_constant_time(const void *a, const void *b, size_t size);
+
+// The same, but tells what differs: negative if the first byte that differs is smaller in `a`, positive if it is larger
+// there, 0 if none differs.
+int32_t order_in_constant_time(const void *a, const void *b, size_t size);
 
 // Bytes that start as zeros and are wiped when their scope ends.
 template <size_t N>

@@ -5,7 +5,7 @@
 #include "quen/status.h"
 #include "quen/tables.h"
 #include "support/log.h"
-#include "tables/library.h"
+#include "tables/metadata.h"
 #include "tables/symbols.h"
 
 namespace {
@@ -60,18 +60,25 @@ bool join_key_ids(const KeyLists &lists, tb_common &common) {
 
 } // namespace
 
-tb_common get_tb_common(const char *dir, const char *wbid, int32_t version) {
+tb_common wbkit::key_ids_of(const CheckedLibrary &library) {
     tb_common common = {};
-    const wbkit::CheckedLibrary library = wbkit::open_checked_library(dir, wbid, version);
     common.status = library.status;
     if (library.status != WBKIT_OK) {
         return common;
     }
-    wbkit::find_texts(library.handle, common);
-    const KeyLists lists = wbkit::find_key_lists(library.handle);
+    const KeyLists &lists = library.lists;
     if (!join_key_ids(lists, common)) {
         WBKIT_LOG_ERROR("get_tb_common get keyids failed, sm4:%p aes:%p\n", lists.sm4.address(), lists.aes.address());
         common.status = WBKIT_NO_KEY_LIST;
+    }
+    return common;
+}
+
+tb_common get_tb_common(const char *dir, const char *wbid, int32_t version) {
+    const wbkit::CheckedLibrary library = wbkit::open_checked_library(dir, wbid, version);
+    tb_common common = wbkit::key_ids_of(library);
+    if (library.status == WBKIT_OK) {
+        wbkit::find_texts(library.handle, common);
     }
     return common;
 }

@@ -7,8 +7,8 @@
 #include "quen/tables.h"
 #include "support/log.h"
 #include "support/scratch.h"
+#include "tables/encrypted_key.h"
 #include "tables/hex.h"
-#include "tables/library.h"
 #include "tables/symbols.h"
 
 namespace wbkit {
@@ -17,11 +17,10 @@ namespace {
 // The room of each field of an entry.
 constexpr size_t kKeyRoom = 100;
 constexpr size_t kBlockRoom = 16;
-constexpr size_t kContentRoom = 1024;
 
 bool fields_fit(const CMSEncryptedData &entry) {
     return entry.key.len <= kKeyRoom && entry.iv.len <= kBlockRoom && entry.aad.len <= kBlockRoom &&
-           entry.tag.len <= kBlockRoom && entry.encryptedcontent.len <= kContentRoom;
+           entry.tag.len <= kBlockRoom && entry.encryptedcontent.len <= kEncryptedKeyRoom;
 }
 
 // Bytes of a packed entry, decoded from the slot's hex text.
@@ -61,24 +60,22 @@ void copy_bytes(const ProtobufCBinaryData &field, uint8_t *out) {
 
 enum class Scan { kNext, kFound, kMalformed };
 
-struct KeyOutput {
-    uint8_t *out;
-    uint8_t *out_len;
-    uint8_t *iv;
-};
-
-Scan scan_entry(const char *hex, const char *key_id, const KeyOutput &output) {
+Scan scan_entry(const char *hex, const char *key_id, const EncryptedKeyOutput &output) {
     const DecodedEntry decoded(hex);
     if (!decoded) {
         return Scan::kMalformed;
     }
-    const UnpackedMessage entry(decoded.data(), decoded.size());
+    const UnpackedMessage entry(decoded.data(), static_cast<int64_t>(decoded.size()));
     if (!entry || !fields_fit(*entry)) {
+        return Scan::kMalformed;
+    }
+    const bool found = is_entry_of(*entry, key_id);
+    if (found && entry->encryptedcontent.len > output.room) {
         return Scan::kMalformed;
     }
     // Every entry that was read leaves its iv, matching or not: intended.
     copy_bytes(entry->iv, output.iv);
-    if (!is_entry_of(*entry, key_id)) {
+    if (!found) {
         return Scan::kNext;
     }
     copy_bytes(entry->encryptedcontent, output.out);
@@ -87,7 +84,12 @@ Scan scan_entry(const char *hex, const char *key_id, const KeyOutput &output) {
     return Scan::kFound;
 }
 
-int32_t scan_entries(const TextSlots &entries, const char *key_id, const KeyOutput &output) {
+int32_t not_found() {
+    WBKIT_LOG_ERROR("ERR: get_ekeys can't find keyid\n");
+    return WBKIT_NO_ENCRYPTED_KEY;
+}
+
+int32_t scan_entries(const TextSlots &entries, const char *key_id, const EncryptedKeyOutput &output) {
     for (size_t slot = 0; slot < kSlots; ++slot) {
         if (entries[slot] == nullptr) {
             continue;
@@ -103,11 +105,29 @@ int32_t scan_entries(const TextSlots &entries, const char *key_id, const KeyOutp
             break;
         }
     }
-    WBKIT_LOG_ERROR("ERR: get_ekeys can't find keyid\n");
-    return WBKIT_NO_ENCRYPTED_KEY;
+    return not_found();
 }
 
 } // namespace
+
+int32_t find_encrypted_key(const KeySource &key, const EncryptedKeyOutput &output) {
+    if (key.key_id() == nullptr) {
+        return not_found();
+    }
+    // The file name alone selects the library; its own wbid and version are not checked here: intended.
+    const OpenedLibrary library = key.open();
+    if (library.handle == nullptr) {
+        WBKIT_LOG_ERROR("ERR: get_ekey open error:%s\n", library.error);
+        return WBKIT_NO_TABLES;
+    }
+    const TextSlots entries(library.handle, "keys");
+    if (!entries) {
+        WBKIT_LOG_ERROR("ERR: get_ekey get ekeys failed.\n");
+        return WBKIT_BAD_ARGUMENTS;
+    }
+    return scan_entries(entries, key.key_id(), output);
+}
+
 } // namespace wbkit
 
 int32_t get_ekey(const char *dir, const char *wbid, const char *keyid, int32_t version, uint8_t *out, uint8_t *out_len,
@@ -115,20 +135,6 @@ int32_t get_ekey(const char *dir, const char *wbid, const char *keyid, int32_t v
     if (out == nullptr || out_len == nullptr || iv == nullptr) {
         return WBKIT_REFUSED;
     }
-    if (keyid == nullptr) {
-        WBKIT_LOG_ERROR("ERR: get_ekeys can't find keyid\n");
-        return WBKIT_NO_ENCRYPTED_KEY;
-    }
-    // The file name alone selects the library; its own wbid and version are not checked here: intended.
-    const wbkit::OpenedLibrary library = wbkit::open_library(dir, wbid, version);
-    if (library.handle == nullptr) {
-        WBKIT_LOG_ERROR("ERR: get_ekey open error:%s\n", library.error);
-        return WBKIT_NO_TABLES;
-    }
-    const wbkit::TextSlots entries(library.handle, "keys");
-    if (!entries) {
-        WBKIT_LOG_ERROR("ERR: get_ekey get ekeys failed.\n");
-        return WBKIT_BAD_ARGUMENTS;
-    }
-    return wbkit::scan_entries(entries, keyid, {out, out_len, iv});
+    const wbkit::KeySource key(dir, wbid, keyid, version);
+    return wbkit::find_encrypted_key(key, {out, wbkit::kEncryptedKeyRoom, out_len, iv});
 }

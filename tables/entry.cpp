@@ -7,6 +7,7 @@
 #include "quen/status.h"
 #include "quen/tables.h"
 #include "support/log.h"
+#include "tables/entry.h"
 #include "tables/library.h"
 #include "tables/symbols.h"
 
@@ -20,7 +21,7 @@ static_assert(kLongestKeyId == 68);
 
 enum KeyAlgorithm : int32_t { kSm4Key = 0, kAesKey = 1, kNoKey = -1 };
 
-// key_id is at most kLongestKeyId characters: check_keyid_alg admits no other.
+// key_id is at most kLongestKeyId characters: algorithm_of admits no other.
 const uint8_t *find_table(void *handle, const char *prefix, const char *key_id) {
     char symbol[kSymbolSize];
     static_cast<void>(snprintf(symbol, sizeof symbol, "%s%s", prefix, key_id));
@@ -62,12 +63,28 @@ bool find_aes_tables(void *handle, const char *key_id, tb_entry &entry) {
     return true;
 }
 
-bool find_tables(void *handle, const char *key_id, tb_entry &entry) {
-    switch (check_keyid_alg(handle, key_id)) {
+KeyAlgorithm algorithm_of(const KeyLists &lists, const char *key_id) {
+    // Only the AES list is required, also in a library that holds SM4 keys alone: intended.
+    if (!lists.aes) {
+        WBKIT_LOG_ERROR("check_keyid_alg get keyids failed, sm4:%p aes:%p\n", lists.sm4.address(), lists.aes.address());
+        return kNoKey;
+    }
+    if (key_id == nullptr || strlen(key_id) > kLongestKeyId) {
+        return kNoKey;
+    }
+    // An id in both lists is an SM4 key: intended.
+    if (lists.sm4 && holds(lists.sm4, key_id)) {
+        return kSm4Key;
+    }
+    return holds(lists.aes, key_id) ? kAesKey : kNoKey;
+}
+
+bool find_tables(const CheckedLibrary &library, const char *key_id, tb_entry &entry) {
+    switch (algorithm_of(library.lists, key_id)) {
     case kAesKey:
-        return find_aes_tables(handle, key_id, entry);
+        return find_aes_tables(library.handle, key_id, entry);
     case kSm4Key:
-        entry.table = find_table(handle, "table_", key_id);
+        entry.table = find_table(library.handle, "table_", key_id);
         return true;
     default:
         return false;
@@ -75,39 +92,34 @@ bool find_tables(void *handle, const char *key_id, tb_entry &entry) {
 }
 
 } // namespace
-} // namespace wbkit
 
-int32_t check_keyid_alg(void *handle, const char *keyid) {
-    const wbkit::KeyLists lists = wbkit::find_key_lists(handle);
-    // Only the AES list is required, also in a library that holds SM4 keys alone: intended.
-    if (!lists.aes) {
-        WBKIT_LOG_ERROR("check_keyid_alg get keyids failed, sm4:%p aes:%p\n", lists.sm4.address(), lists.aes.address());
-        return wbkit::kNoKey;
-    }
-    if (keyid == nullptr || strlen(keyid) > wbkit::kLongestKeyId) {
-        return wbkit::kNoKey;
-    }
-    // An id in both lists is an SM4 key: intended.
-    if (lists.sm4 && wbkit::holds(lists.sm4, keyid)) {
-        return wbkit::kSm4Key;
-    }
-    return wbkit::holds(lists.aes, keyid) ? wbkit::kAesKey : wbkit::kNoKey;
-}
-
-tb_entry get_tb_entry(const char *dir, const char *wbid, const char *keyid, int32_t version) {
+tb_entry find_key(const CheckedLibrary &library, const char *wbid, const char *key_id, int32_t version) {
     tb_entry entry = {};
-    const wbkit::CheckedLibrary library = wbkit::open_checked_library(dir, wbid, version);
     entry.status = library.status;
     if (library.status != WBKIT_OK) {
         return entry;
     }
     entry.wbid = library.wbid;
     entry.version = version;
-    wbkit::find_texts(library.handle, entry);
-    if (!wbkit::find_tables(library.handle, keyid, entry)) {
+    if (!find_tables(library, key_id, entry)) {
         // The message names the library, not the key id: intended.
         WBKIT_LOG_ERROR("load %s %d err. alg not matched.\n", wbid, version);
         entry.status = WBKIT_UNKNOWN_KEY;
+    }
+    return entry;
+}
+
+} // namespace wbkit
+
+int32_t check_keyid_alg(void *handle, const char *keyid) {
+    return wbkit::algorithm_of(wbkit::find_key_lists(handle), keyid);
+}
+
+tb_entry get_tb_entry(const char *dir, const char *wbid, const char *keyid, int32_t version) {
+    const wbkit::CheckedLibrary library = wbkit::open_checked_library(dir, wbid, version);
+    tb_entry entry = wbkit::find_key(library, wbid, keyid, version);
+    if (library.status == WBKIT_OK) {
+        wbkit::find_texts(library.handle, entry);
     }
     return entry;
 }

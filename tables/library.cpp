@@ -24,7 +24,7 @@ OpenedLibrary refused(const char *error) {
 }
 
 CheckedLibrary failed(int32_t status) {
-    return {nullptr, nullptr, status};
+    return {nullptr, nullptr, {}, status};
 }
 
 } // namespace
@@ -64,7 +64,7 @@ CheckedLibrary open_checked_library(const char *dir, const char *wbid, int32_t v
         WBKIT_LOG_ERROR("FAIL: param not match so. wbid:%s, version:%d", text_or_null(own_wbid), own_version);
         return failed(WBKIT_WRONG_LIBRARY);
     }
-    return {library.handle, own_wbid, WBKIT_OK};
+    return {library.handle, own_wbid, find_key_lists(library.handle), WBKIT_OK};
 }
 
 } // namespace wbkit

@@ -3,6 +3,8 @@
 
 #include <stdint.h>
 
+#include "tables/symbols.h"
+
 namespace wbkit {
 
 struct OpenedLibrary {
@@ -17,7 +19,8 @@ OpenedLibrary open_library(const char *dir, const char *wbid, int32_t version);
 struct CheckedLibrary {
     void *handle;
     const char *wbid; // the library's own
-    int32_t status;   // 0, -70 or -71; the other fields are null unless it is 0
+    KeyLists lists;
+    int32_t status; // 0, -70 or -71; the other fields are null unless it is 0
 };
 
 // Opens a table library and makes sure that it is the one that was asked for. Logs why not.

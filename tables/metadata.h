@@ -2,8 +2,13 @@
 #pragma once
 
 #include "quen/tables.h"
+#include "tables/library.h"
 
 namespace wbkit {
+
+// The record of a library that is open, without its texts: whether its metadata can be read, and its key ids. Logs why
+// not.
+tb_common key_ids_of(const CheckedLibrary &library);
 
 // Chooses a text of a usable record; null if the library has none.
 using TextOf = const char *(*)(const tb_common &common);

@@ -10,6 +10,7 @@ constexpr size_t kSlots = 10;
 // An array of exactly ten pointers to texts, some of them null: `sm4_keyids`, `aes_keyids` or `keys`.
 class TextSlots {
   public:
+    TextSlots() = default; // none
     TextSlots(void *handle, const char *symbol);
 
     explicit operator bool() const { return address_ != nullptr; }
@@ -17,7 +18,7 @@ class TextSlots {
     const char *operator[](size_t slot) const;
 
   private:
-    const void *address_;
+    const void *address_ = nullptr;
 };
 
 struct KeyLists {

@@ -27,15 +27,43 @@ constexpr std::size_t kStreamBytes = 256 * kBlock + 5;
 // The library opens no path that is longer.
 constexpr std::size_t kLongestPath = 199;
 
-using StreamFunction = decltype(&aes_WBkit_encrypt_ctr);
+// What a mode function of either cipher takes, in whatever order it takes it.
+struct StreamCall {
+    const char *dir;
+    const SecretBytes &iv;
+    const SecretBytes &in;
+    SecretBytes &out;
+    const char *wbid;
+    const char *key_id;
+    std::int32_t version;
+};
+
+template <decltype(&aes_WBkit_encrypt_ctr) function>
+std::int64_t encrypt_aes(const StreamCall &call) {
+    std::int64_t out_len = 0;
+    return function(call.dir, call.iv.data(), call.in.data(), call.in.size(), call.out.data(), &out_len, 0, call.wbid,
+                    call.key_id, call.version);
+}
+
+template <decltype(&wbsm4_ctr_encrypt) function>
+std::int64_t encrypt_sm4(const StreamCall &call) {
+    std::int64_t out_len = 0;
+    return function(call.dir, call.in.data(), call.in.size(), call.out.data(), &out_len, call.iv.data(), 0, call.wbid,
+                    call.key_id, call.version);
+}
+
 struct StreamRow {
     const char *name;
     ClearMode mode;
-    StreamFunction encrypt;
+    std::int64_t (*encrypt)(const StreamCall &call);
 };
-constexpr StreamRow kStreams[] = {
-    {"CTR", ClearMode::ctr, aes_WBkit_encrypt_ctr},
-    {"CFB", ClearMode::cfb, aes_WBkit_encrypt_cfb},
+constexpr StreamRow kAesStreams[] = {
+    {"CTR", ClearMode::ctr, encrypt_aes<aes_WBkit_encrypt_ctr>},
+    {"CFB", ClearMode::cfb, encrypt_aes<aes_WBkit_encrypt_cfb>},
+};
+constexpr StreamRow kSm4Streams[] = {
+    {"CTR", ClearMode::ctr, encrypt_sm4<wbsm4_ctr_encrypt>},
+    {"CFB", ClearMode::cfb, encrypt_sm4<wbsm4_cfb_encrypt>},
 };
 
 class LibraryCheck {
@@ -108,15 +136,14 @@ class LibraryCheck {
                     entry.TboxesLast != nullptr,
                 "has incomplete tables");
         check_blocks(key, [&entry](std::uint8_t *block) { Cipher(block, entry); });
-        for (const StreamRow &stream : kStreams) {
-            check_stream(key, stream);
-        }
+        check_streams(key, kAesStreams);
     }
 
     void check_sm4(const KeySpec &key) {
         const tb_entry entry = look_up(key);
         require(entry.table != nullptr && entry.TboxesLast == nullptr, "has incomplete tables");
         check_blocks(key, [&entry](std::uint8_t *block) { wbsm4(block, block, entry); });
+        check_streams(key, kSm4Streams);
     }
 
     tb_entry look_up(const KeySpec &key) {
@@ -135,15 +162,16 @@ class LibraryCheck {
         require_same(key, blocks, expected, "single blocks");
     }
 
-    void check_stream(const KeySpec &key, const StreamRow &stream) {
-        const SecretBytes iv = random_bytes(kBlock);
-        const SecretBytes in = random_bytes(kStreamBytes);
-        SecretBytes out(in.size());
-        std::int64_t out_len = 0;
-        const std::int32_t status = stream.encrypt(dir_, iv.data(), in.data(), in.size(), out.data(), &out_len, 0,
-                                                   set_.wbid.c_str(), key.id.c_str(), set_.version);
-        require(status == 0, fmt::format("does not encrypt in {} mode: {}", stream.name, status));
-        require_same(key, out, clear_encrypt(key.algorithm, stream.mode, key.value, iv, in), stream.name);
+    void check_streams(const KeySpec &key, std::span<const StreamRow> streams) {
+        for (const StreamRow &stream : streams) {
+            const SecretBytes iv = random_bytes(kBlock);
+            const SecretBytes in = random_bytes(kStreamBytes);
+            SecretBytes out(in.size());
+            const std::int64_t status =
+                stream.encrypt({dir_, iv, in, out, set_.wbid.c_str(), key.id.c_str(), set_.version});
+            require(status == 0, fmt::format("does not encrypt in {} mode: {}", stream.name, status));
+            require_same(key, out, clear_encrypt(key.algorithm, stream.mode, key.value, iv, in), stream.name);
+        }
     }
 
     // A key without an entry must not be served with somebody else's.

@@ -2,6 +2,9 @@
 #ifndef QUEN_EXPORT_H
 #define QUEN_EXPORT_H
 
+/* So that a file which includes this header alone is not empty, which C forbids. */
+#include <stdint.h>
+
 /* The library is built with hidden visibility; what carries this mark is exported. */
 #define WBKIT_API __attribute__((visibility("default")))
 

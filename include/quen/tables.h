@@ -1,8 +1,11 @@
 /* Table libraries: opening, key tables, metadata, encrypted keys. The conventions stand in quen/wbkit.h.
  *
  * A table library is the shared object libwb_tables_<wbid>_<version>.so. It exports white-box tables and metadata under
- * fixed symbol names. Each function here opens it anew (the loader hands back an object that is already loaded) and
- * none ever closes it.
+ * fixed symbol names. Each function that is told its coordinates opens it anew (the loader hands back an object that is
+ * already loaded) and none ever closes it.
+ *
+ * A table library is trusted, since opening it runs its code: missing symbols and bad texts are refused, but that
+ * tables and lists have the size that their kind implies is taken for granted.
  *
  * A path of 200 characters or more, a null `wbid` and a `wbid` with a '/' or a '$' are answered like a library that
  * cannot be opened. */
