@@ -28,6 +28,9 @@ add_library(wbkit_objects OBJECT
   aes/algorithm.cpp
   aes/block.cpp
   aes/block_portable.cpp
+  aes/gcm.cpp
+  aes/gcm_tag.cpp
+  aes/ghash.cpp
   aes/iv.cpp
   aes/stream.cpp
   cms/message.cpp
@@ -53,6 +56,7 @@ add_library(wbkit_objects OBJECT
   padding/padding.cpp
   sm4/block.cpp
   sm4/block_portable.cpp
+  sm4/gcm_tag.cpp
   sm4/stream.cpp
   support/scratch.cpp
   support/secret.cpp
