@@ -33,6 +33,8 @@ add_library(wbkit_objects OBJECT
   aes/ghash.cpp
   aes/iv.cpp
   aes/stream.cpp
+  cms/envelope.cpp
+  cms/envelope_api.cpp
   cms/message.cpp
   cms/pack.cpp
   hash/hmac.cpp

@@ -1,82 +1,31 @@
 #include <gtest/gtest.h>
 
 #include "quen/cms.h"
-#include "support/bytes.h"
+#include "support/cms_message.h"
 
 namespace {
 
 using test::Bytes;
 using test::from_hex;
-
-struct Fields {
-    int32_t cipheralg = 0;
-    uint32_t padding = 0;
-    Bytes key, aad, tag, iv, content;
-};
-
-struct Packed {
-    int32_t status;
-    Bytes message;
-};
-
-Packed pack(const Fields &f, int32_t capacity = 4096) {
-    Bytes out(4096, 0xee);
-    int32_t out_len = capacity;
-    const auto len = [](const Bytes &bytes) { return static_cast<int32_t>(bytes.size()); };
-    const auto data = [](const Bytes &bytes) { return bytes.empty() ? nullptr : bytes.data(); };
-    // An iv pointer is always there; an empty vector may have none.
-    const uint8_t none = 0;
-    const int32_t status =
-        CMSEncrypted_Pack(f.cipheralg, f.padding, data(f.key), len(f.key), data(f.aad), len(f.aad), data(f.tag),
-                          len(f.tag), f.iv.empty() ? &none : f.iv.data(), len(f.iv), data(f.content),
-                          static_cast<uint32_t>(f.content.size()), out.data(), &out_len);
-    if (status != 0) {
-        EXPECT_EQ(out_len, capacity);
-        EXPECT_EQ(out, Bytes(4096, 0xee));
-        return {status, {}};
-    }
-    out.resize(static_cast<size_t>(out_len));
-    return {status, out};
-}
-
-struct Unpacked {
-    int32_t status;
-    Fields fields;
-};
-
-Unpacked unpack(const Bytes &message) {
-    Fields f{-1, 99, Bytes(4096), Bytes(4096), Bytes(4096), Bytes(4096), Bytes(4096)};
-    int32_t key_len = -1;
-    int32_t aad_len = -1;
-    int32_t tag_len = -1;
-    int32_t iv_len = -1;
-    uint32_t content_len = 99;
-    const int32_t status = CMSEncrypted_Unpack(message.data(), static_cast<int32_t>(message.size()), &f.cipheralg,
-                                               &f.padding, f.key.data(), &key_len, f.aad.data(), &aad_len, f.tag.data(),
-                                               &tag_len, f.iv.data(), &iv_len, f.content.data(), &content_len);
-    if (status == 0) {
-        f.key.resize(static_cast<size_t>(key_len));
-        f.aad.resize(static_cast<size_t>(aad_len));
-        f.tag.resize(static_cast<size_t>(tag_len));
-        f.iv.resize(static_cast<size_t>(iv_len));
-        f.content.resize(content_len);
-    }
-    return {status, f};
-}
+using test::pack_cms;
+using test::unpack_cms;
+using Fields = test::CmsFields;
+using Packed = test::CmsPacked;
+using Unpacked = test::CmsUnpacked;
 
 const std::string kVersionField = "0a13" + test::to_hex(test::bytes_of("irvo_cms_2020-02-27"));
 
 TEST(Cms, WireFormat) {
     const Bytes iv = test::sample(16);
     const Bytes content = test::sample(32, 2);
-    const Packed packed = pack({18, 8, {}, {}, {}, iv, content});
+    const Packed packed = pack_cms({18, 8, {}, {}, {}, iv, content});
     EXPECT_EQ(packed.status, 0);
     EXPECT_EQ(test::to_hex(packed.message),
               kVersionField + "100318122008" + "3210" + test::to_hex(iv) + "4a20" + test::to_hex(content));
 
     // Every field, in field-number order; an enumeration beyond its names and below zero is a plain number.
     const Packed all =
-        pack({-1, 9, from_hex("0102"), from_hex("03"), from_hex("0405"), from_hex("06"), from_hex("07")});
+        pack_cms({-1, 9, from_hex("0102"), from_hex("03"), from_hex("0405"), from_hex("06"), from_hex("07")});
     EXPECT_EQ(test::to_hex(all.message), kVersionField + "1003" + "18ffffffffffffffffff01" + "2009" + "2a020102" +
                                              "320106" + "3a0103" + "42020405" + "4a0107");
 }
@@ -85,26 +34,20 @@ TEST(Cms, RoundTrip) {
     for (const int32_t cipheralg : {0, 6, 11, 14, 17, 20, -1}) {
         const Fields fields{
             cipheralg, 7, test::sample(200), test::sample(17), test::sample(16), test::sample(12), test::sample(1000)};
-        const Unpacked back = unpack(pack(fields).message);
+        const Unpacked back = unpack_cms(pack_cms(fields).message);
         ASSERT_EQ(back.status, 0);
-        EXPECT_EQ(back.fields.cipheralg, cipheralg);
-        EXPECT_EQ(back.fields.padding, 7U);
-        EXPECT_EQ(back.fields.key, fields.key);
-        EXPECT_EQ(back.fields.aad, fields.aad);
-        EXPECT_EQ(back.fields.tag, fields.tag);
-        EXPECT_EQ(back.fields.iv, fields.iv);
-        EXPECT_EQ(back.fields.content, fields.content);
+        EXPECT_EQ(back.fields, fields);
     }
-    const Unpacked nearly_empty = unpack(pack({11, 7, {}, {}, {}, test::sample(16), {}}).message);
+    const Unpacked nearly_empty = unpack_cms(pack_cms({11, 7, {}, {}, {}, test::sample(16), {}}).message);
     EXPECT_EQ(nearly_empty.fields.key, Bytes{});
     EXPECT_EQ(nearly_empty.fields.content, Bytes{});
 }
 
 TEST(Cms, CapacityIsMeasuredExactly) {
     const Fields fields{18, 8, {}, {}, {}, test::sample(16), test::sample(32)};
-    EXPECT_EQ(pack(fields, 79).status, 0);
-    EXPECT_EQ(pack(fields, 78).status, -3);
-    EXPECT_EQ(pack(fields, -1).status, -3);
+    EXPECT_EQ(pack_cms(fields, 79).status, 0);
+    EXPECT_EQ(pack_cms(fields, 78).status, -3);
+    EXPECT_EQ(pack_cms(fields, -1).status, -3);
 }
 
 TEST(Cms, PackRefusesMissingPointersAndNegativeLengths) {
@@ -142,31 +85,31 @@ TEST(Cms, PackRefusesMissingPointersAndNegativeLengths) {
 
 TEST(Cms, UnpackAcceptsWhatItDoesNotKnow) {
     // Another version, content type 1, an unknown field 15, cipheralg 20, padding 9.
-    const Unpacked unpacked = unpack(from_hex("0a0178"
-                                              "1001"
-                                              "1814"
-                                              "2009"
-                                              "7a03aabbcc"
-                                              "4a02beef"));
+    const Unpacked unpacked = unpack_cms(from_hex("0a0178"
+                                                  "1001"
+                                                  "1814"
+                                                  "2009"
+                                                  "7a03aabbcc"
+                                                  "4a02beef"));
     ASSERT_EQ(unpacked.status, 0);
     EXPECT_EQ(unpacked.fields.cipheralg, 20);
     EXPECT_EQ(unpacked.fields.padding, 9U);
     EXPECT_EQ(unpacked.fields.content, from_hex("beef"));
-    const Unpacked no_fields = unpack(from_hex("7a00"));
+    const Unpacked no_fields = unpack_cms(from_hex("7a00"));
     EXPECT_EQ(no_fields.status, 0);
     EXPECT_EQ(no_fields.fields.cipheralg, 0);
     EXPECT_EQ(no_fields.fields.iv, Bytes{});
 }
 
 TEST(Cms, UnpackRefusesWhatIsNoMessage) {
-    EXPECT_EQ(unpack(from_hex("ff")).status, -20005);
-    EXPECT_EQ(unpack(from_hex("4a20beef")).status, -20005) << "a field longer than the message";
-    EXPECT_EQ(unpack(from_hex("4affffffff7f")).status, -20005) << "a length near 2^35";
-    EXPECT_EQ(unpack(from_hex("1a00")).status, -20005) << "an enumeration as bytes";
-    const Bytes message = pack({18, 8, {}, {}, {}, test::sample(16), test::sample(32)}).message;
+    EXPECT_EQ(unpack_cms(from_hex("ff")).status, -20005);
+    EXPECT_EQ(unpack_cms(from_hex("4a20beef")).status, -20005) << "a field longer than the message";
+    EXPECT_EQ(unpack_cms(from_hex("4affffffff7f")).status, -20005) << "a length near 2^35";
+    EXPECT_EQ(unpack_cms(from_hex("1a00")).status, -20005) << "an enumeration as bytes";
+    const Bytes message = pack_cms({18, 8, {}, {}, {}, test::sample(16), test::sample(32)}).message;
     for (size_t cut = 1; cut < message.size(); ++cut) {
         // Some prefixes end at a field's end and are messages; none may be read beyond its end.
-        unpack(Bytes(message.begin(), message.begin() + static_cast<ptrdiff_t>(cut)));
+        unpack_cms(Bytes(message.begin(), message.begin() + static_cast<ptrdiff_t>(cut)));
     }
     int32_t alg;
     uint32_t padding;

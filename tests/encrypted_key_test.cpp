@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "quen/cms.h"
 #include "quen/tables.h"
 #include "support/captured_log.h"
+#include "support/cms_message.h"
 #include "support/table_source.h"
 #include "support/temp_dir.h"
 
@@ -27,17 +27,7 @@ struct Entry {
 };
 
 Bytes pack(const Entry &entry, const std::string &key_field) {
-    Bytes out(4096);
-    auto out_len = static_cast<int32_t>(out.size());
-    const auto len = [](const auto &bytes) { return static_cast<int32_t>(bytes.size()); };
-    const uint8_t none = 0;
-    EXPECT_EQ(CMSEncrypted_Pack(17, 7, reinterpret_cast<const uint8_t *>(key_field.data()), len(key_field),
-                                entry.aad.data(), len(entry.aad), entry.tag.data(), len(entry.tag),
-                                entry.iv.empty() ? &none : entry.iv.data(), len(entry.iv), entry.content.data(),
-                                static_cast<uint32_t>(entry.content.size()), out.data(), &out_len),
-              0);
-    out.resize(static_cast<size_t>(out_len));
-    return out;
+    return test::pack_cms({17, 7, test::bytes_of(key_field), entry.aad, entry.tag, entry.iv, entry.content}).message;
 }
 
 std::string hex(const Entry &entry) {

@@ -6,10 +6,11 @@
 enum wbkit_status {
     /* Success. */
     WBKIT_OK = 0,
-    /* Refused: a null or bad argument, a text that the table library lacks, a caller without authorisation, a padding
-     * mode other than 0, 1 or 2. */
+    /* Refused: a null or bad argument (a padding mode, a length of a tag or signature, an empty ciphertext), a text or
+     * signing key that the table library does not give, a caller without authorisation. */
     WBKIT_REFUSED = -1,
-    /* Bad arguments of an SM4 mode or of the CMS packer; or, from get_ekey, a table library without `keys`. */
+    /* Bad arguments of an SM4 mode or of the CMS packer; memory for the ciphertext of a CMS message ran out; or, from
+     * get_ekey, a table library without `keys`. */
     WBKIT_BAD_ARGUMENTS = -2,
     /* The packed CMS message is larger than the buffer for it. */
     WBKIT_BUFFER_TOO_SMALL = -3,
@@ -29,7 +30,8 @@ enum wbkit_status {
     WBKIT_BAD_SIGNING_KEY = -90,
     /* An encrypted-key entry of the table library does not unpack, or has a field above its room. */
     WBKIT_BAD_ENCRYPTED_KEY = -92,
-    /* The GCM tag does not belong to the message. */
+    /* The GCM tag does not belong to the message, or there is too little of it: an input that is shorter than its tag,
+     * a CMS message with less than 4 bytes. */
     WBKIT_TAG_MISMATCH = -93,
     /* The decrypted text does not end in a possible count of padding bytes, or is nothing but padding. */
     WBKIT_BAD_PADDING = -98,
