@@ -40,6 +40,7 @@ add_library(wbkit_objects OBJECT
   hash/hmac.cpp
   hash/sha256.cpp
   hash/sha256_compress.cpp
+  hash/signature.cpp
   jni/accessors.cpp
   jni/answer.cpp
   jni/caller_check.cpp

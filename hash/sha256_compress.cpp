@@ -74,16 +74,20 @@ void compress(uint32_t state[8], const Schedule &w) {
     state[7] += h;
 }
 
-} // namespace
-
-void sha256_compress(uint32_t state[8], const uint8_t *data, size_t blocks) {
+// Who calls it wipes the stack behind it: the schedule begins with the block itself, which can be a key.
+[[gnu::noinline]] void compress_blocks(uint32_t state[8], const uint8_t *data, size_t blocks) {
     Schedule w;
     for (size_t block = 0; block < blocks; ++block) {
         prepare(w, data + block * kSha256BlockSize);
         compress(state, w);
     }
-    // The schedule begins with the block itself, which can be a key.
-    wipe(w, sizeof w);
+}
+
+} // namespace
+
+void sha256_compress(uint32_t state[8], const uint8_t *data, size_t blocks) {
+    compress_blocks(state, data, blocks);
+    wipe_stack();
 }
 
 } // namespace wbkit

@@ -1,4 +1,4 @@
-/* SHA-256 (FIPS 180-4) and HMAC-SHA256 (RFC 2104). The conventions stand in quen/wbkit.h. */
+/* SHA-256 (FIPS 180-4), HMAC-SHA256 (RFC 2104), and a signature made with it. The conventions stand in quen/wbkit.h. */
 #ifndef QUEN_HASH_H
 #define QUEN_HASH_H
 
@@ -35,6 +35,27 @@ WBKIT_API void sha256_transform(sha256_ctx *ctx, const uint8_t block[64]);
  * not fit 32 bits. */
 WBKIT_API int32_t hmac_sha256(const uint8_t *message, uint64_t message_len, const uint8_t *key, int32_t key_len,
                               uint8_t out[32]);
+
+/* signature writes HMAC-SHA256 of the message under the signing key of `keyid` to `out`, and 32 to `*out_len`. The
+ * table library holds that key encrypted, in an entry of `keys` (see get_ekey); it is decrypted with the AES key of the
+ * same id in CFB mode, used, and wiped.
+ *
+ * The first 32 bytes of the entry's content are the encrypted key; a shorter content is extended with zeros, one of
+ * more than 100 bytes is refused. An entry without an IV is decrypted with the IV of an entry that was read before it,
+ * or with zeros. `message` may be null if its length is 0.
+ *
+ * Returns 0; -1 if get_ekey fails, whatever with; -90 if the AES key cannot be used, also because `keyid` is an SM4
+ * key, or memory for the decryption ran out; -100, with `*out_len` stored, if hmac_sha256 fails. */
+WBKIT_API int32_t signature(const char *dir, const uint8_t *message, uint64_t message_len, const char *wbid,
+                            const char *keyid, int32_t version, uint8_t out[32], uint32_t *out_len);
+
+/* verify makes the signature of the message anew and compares it, in constant time, with `mac`.
+ *
+ * Returns 0 if they are equal, and only then. Otherwise the status of signature, if that fails; -1 if `mac_len` is not
+ * 32; or a number, without a line in the log, that is negative if the first byte that differs is the smaller one in
+ * `mac`, and positive if it is the larger one. */
+WBKIT_API int32_t verify(const char *dir, const uint8_t *mac, int32_t mac_len, const uint8_t *message,
+                         uint64_t message_len, const char *wbid, const char *keyid, int32_t version);
 
 WBKIT_END_DECLS
 
