@@ -37,6 +37,8 @@ add_library(wbkit_objects OBJECT
   cms/envelope_api.cpp
   cms/message.cpp
   cms/pack.cpp
+  diagnostics/hexdump.cpp
+  diagnostics/hooks.cpp
   hash/hmac.cpp
   hash/sha256.cpp
   hash/sha256_compress.cpp

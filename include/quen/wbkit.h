@@ -41,4 +41,6 @@
 
 #include "quen/hash.h"
 
+#include "quen/diagnostics.h"
+
 #endif
