@@ -46,10 +46,15 @@ add_library(wbkit_objects OBJECT
   jni/accessors.cpp
   jni/answer.cpp
   jni/caller_check.cpp
+  jni/cms_decrypt.cpp
+  jni/cms_encrypt.cpp
+  jni/gcm.cpp
   jni/held_arrays.cpp
+  jni/keyed_call.cpp
   jni/mac.cpp
   jni/method_table.cpp
   jni/on_load.cpp
+  jni/signature.cpp
   jni/stream.cpp
   modes/block_cipher.cpp
   modes/cfb.cpp

@@ -10,6 +10,7 @@
 #include "support/log.h"
 #include "support/secret.h"
 #include "tables/metadata.h"
+#include "tables/symbols.h"
 
 namespace wbkit {
 namespace {
@@ -19,11 +20,12 @@ using Token = SecretBytes<kTokenSize>;
 
 // The token that a legitimate caller presents: HMAC-SHA256 of the raw wbid bytes followed by the application id, under
 // the library's `sk`. False if memory ran out.
-bool compute_token(const TextCopy &wbid, const char *appid, const char *sk, Token &token) {
+bool compute_token(const ArrayCopy &wbid, const char *appid, const char *sk, Token &token) {
     const size_t appid_len = strlen(appid);
     const size_t sk_len = strlen(sk);
     ScratchBuffer message(uint64_t{wbid.size()} + appid_len);
     if (!message || sk_len > INT32_MAX) {
+        WBKIT_LOG_ERROR("ERR: hmac256 malloc failed.\n"); // as the MAC itself says
         return false;
     }
     memcpy(message.data(), wbid.data(), wbid.size());
@@ -32,7 +34,7 @@ bool compute_token(const TextCopy &wbid, const char *appid, const char *sk, Toke
                        static_cast<int32_t>(sk_len), token.data()) == WBKIT_OK;
 }
 
-bool token_matches(const ArrayBytes &presented, const TextCopy &wbid, const char *appid, const char *sk) {
+bool token_matches(const ArrayBytes &presented, const ArrayCopy &wbid, const char *appid, const char *sk) {
     Token extended;
     memcpy(extended.data(), presented.data, std::min(kTokenSize, static_cast<size_t>(presented.len)));
     Token expected;
@@ -41,27 +43,21 @@ bool token_matches(const ArrayBytes &presented, const TextCopy &wbid, const char
            equal_in_constant_time(extended.data(), expected.data(), kTokenSize);
 }
 
-// The only rule is that the name occurs somewhere in the text: an empty name and a part of a listed one do too. As a
-// text, a name ends at its first zero byte.
-bool whitelist_holds(const char *whitelist, const ArrayBytes &caller) {
-    const auto *name = reinterpret_cast<const char *>(caller.data);
-    const size_t name_len = strnlen(name, static_cast<size_t>(caller.len));
-    return memmem(whitelist, strlen(whitelist), name, name_len) != nullptr;
-}
-
 bool refuse_library() {
     WBKIT_LOG_ERROR("WARN: get appid fail\n");
     return false;
 }
 
-} // namespace
-
-// The metadata is read once: a second look could say nothing that the first has not said.
-bool authorise(const Caller &caller, const TextCopy &wbid, int32_t version, tb_common &common) {
-    common = get_tb_common(nullptr, wbid.c_str(), version);
-    if (common.status != WBKIT_OK || common.appid == nullptr) {
+// Fills `common` with what it looks at.
+bool is_authorised(const Caller &caller, const ArrayCopy &wbid, void *handle, tb_common &common) {
+    if (common.status != WBKIT_OK) {
         return refuse_library();
     }
+    common.appid = find_text(handle, "appid");
+    if (common.appid == nullptr) {
+        return refuse_library();
+    }
+    common.sk = find_text(handle, "sk");
     const char *sk = sk_of(common);
     if (sk == nullptr) {
         return false;
@@ -70,15 +66,27 @@ bool authorise(const Caller &caller, const TextCopy &wbid, int32_t version, tb_c
         WBKIT_LOG_ERROR("WARN: hash is not matched.\n");
         return false;
     }
+    common.whitelist = find_text(handle, "whitelist");
     // A library without a whitelist, or with an empty one, admits every caller with a valid token: intended.
     if (common.whitelist == nullptr || common.whitelist[0] == '\0') {
         return true;
     }
-    if (!whitelist_holds(common.whitelist, caller.name)) {
+    // The only rule is that the name occurs somewhere in the text: an empty name and a part of a listed one do too:
+    // intended.
+    if (strstr(common.whitelist, caller.name.c_str()) == nullptr) {
         WBKIT_LOG_ERROR("WARN: not in whitelist\n");
         return false;
     }
     return true;
+}
+
+} // namespace
+
+Admission authorise(const Caller &caller, const ArrayCopy &wbid, int32_t version) {
+    Admission admission{false, open_checked_library(nullptr, wbid.c_str(), version), {}};
+    admission.common = key_ids_of(admission.library);
+    admission.granted = is_authorised(caller, wbid, admission.library.handle, admission.common);
+    return admission;
 }
 
 } // namespace wbkit
@@ -88,15 +96,13 @@ int32_t check_is_valid_call(const uint8_t *hash, int32_t /*hash_len*/, const uin
     if (hash == nullptr || caller == nullptr || caller_len < 0 || wbid == nullptr || wbid_len < 0) {
         return WBKIT_REFUSED;
     }
-    const wbkit::TextCopy wbid_text({wbid, wbid_len});
-    if (!wbid_text) {
+    wbkit::ArrayCopy wbid_copy;
+    wbkit::ArrayCopy name;
+    if (!wbid_copy.take({wbid, wbid_len}) || !name.take({caller, caller_len})) {
         wbkit::refuse_library();
         return WBKIT_REFUSED;
     }
     // The token's length is never asked for: 32 bytes count.
-    tb_common common;
-    if (!wbkit::authorise({{hash, wbkit::kTokenSize}, {caller, caller_len}}, wbid_text, version, common)) {
-        return WBKIT_REFUSED;
-    }
-    return WBKIT_OK;
+    const bool granted = wbkit::authorise({{hash, wbkit::kTokenSize}, name}, wbid_copy, version).granted;
+    return granted ? WBKIT_OK : WBKIT_REFUSED;
 }

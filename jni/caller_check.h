@@ -1,20 +1,28 @@
 // Whether a caller may use a table library.
 #pragma once
 
+#include "jni/array_copy.h"
 #include "jni/held_arrays.h"
-#include "jni/text.h"
 #include "quen/tables.h"
+#include "tables/library.h"
 
 namespace wbkit {
 
 // What a caller presents. A token array that is shorter than 32 bytes is extended with zeros.
 struct Caller {
     const ArrayBytes &token;
-    const ArrayBytes &name;
+    const ArrayCopy &name;
 };
 
-// Checks the token and the name against the table library's metadata, which it leaves in `common`: whoever needs the
-// metadata of an authorised call need not open the library again. Logs why not.
-bool authorise(const Caller &caller, const TextCopy &wbid, int32_t version, tb_common &common);
+// What the check found: the open table library, and of its metadata what the check looked at, so that nobody needs to
+// ask for it again.
+struct Admission {
+    bool granted;
+    CheckedLibrary library;
+    tb_common common;
+};
+
+// Checks the token and the name against the table library's metadata. Logs why not.
+Admission authorise(const Caller &caller, const ArrayCopy &wbid, int32_t version);
 
 } // namespace wbkit

@@ -3,18 +3,20 @@
 namespace wbkit {
 
 HeldArrays::~HeldArrays() {
-    for (size_t i = 0; i < count_; ++i) {
-        env_->ReleaseByteArrayElements(held_[i].array, held_[i].elements, 0);
+    for (const uint8_t turn : order_) {
+        const Held &held = held_[turn];
+        if (held.elements != nullptr) {
+            env_->ReleaseByteArrayElements(held.array, held.elements, 0);
+        }
     }
 }
 
 const uint8_t *HeldArrays::fetch(jbyteArray array) {
     jbyte *elements = array == nullptr || count_ == kMost ? nullptr : env_->GetByteArrayElements(array, nullptr);
-    if (elements == nullptr) {
-        complete_ = false;
-        return nullptr;
+    if (count_ < kMost) {
+        held_[count_++] = {array, elements};
     }
-    held_[count_++] = {array, elements};
+    complete_ &= elements != nullptr;
     return reinterpret_cast<const uint8_t *>(elements);
 }
 

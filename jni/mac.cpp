@@ -8,14 +8,15 @@
 #include "support/secret.h"
 
 jbyteArray WBkit_hmac(JNIEnv *env, jobject /*object*/, jbyteArray message, jbyteArray key) {
+    constexpr wbkit::NativeWords kWords{"hmac", "hmac"};
     if (message == nullptr || key == nullptr) {
-        return wbkit::refuse_parameters("hmac");
+        return wbkit::refuse_parameters(kWords);
     }
     wbkit::HeldArrays arrays(env);
     const wbkit::ArrayBytes message_bytes = arrays.fetch_elements_first(message);
     const wbkit::ArrayBytes key_bytes = arrays.fetch_elements_first(key);
     if (!arrays.complete()) {
-        return wbkit::refuse_call("hmac");
+        return wbkit::refuse_call(kWords);
     }
     wbkit::SecretBytes<wbkit::kSha256DigestSize> mac;
     // The status is not examined: 32 bytes are always returned, zeros if memory ran out. Intended.

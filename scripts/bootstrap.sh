@@ -17,12 +17,12 @@ builder:  libcli11-dev libtomlplusplus-dev libfmt-dev libssl-dev
 tables:   clang lld
 '
 test_packages='
-tests:    libgtest-dev libgmock-dev junit5
+tests:    libgtest-dev libgmock-dev junit5 openssl
 format:   clang-format-14
 lint:     clang-tidy-14
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='clang-format-14 clang-tidy-14'
+test_commands='openssl clang-format-14 clang-tidy-14'
 
 lacking_packages() {
   local package

@@ -5,13 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include "quen/aes.h"
+#include "natives_table.h"
 #include "quen/cms.h"
 #include "quen/hash.h"
 #include "quen/natives.h"
 #include "support/captured_log.h"
 #include "support/fake_jni.h"
 #include "support/loaded_library.h"
+#include "support/mode_functions.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ using test::Bytes;
 using test::error;
 using test::FakeJni;
 using test::Lines;
+using test::mode;
 using test::TableSource;
 
 // What a call says when its n-th allocation fails, n counted up until the call makes fewer.
@@ -57,6 +59,8 @@ std::vector<Lines> lines_of_failures(const std::function<bool()> &call) {
 
 const Bytes kSk = test::bytes_of("sk");
 
+class EveryNative : public test::Natives {};
+
 class Allocation : public testing::Test {
   protected:
     static void SetUpTestSuite() {
@@ -67,7 +71,9 @@ class Allocation : public testing::Test {
                                               .text("appid", "app")
                                               .slots("aes_keyids", {"k"})
                                               .slots("keys", {"2a0236624a0107" /* key "6b", content 07 */})
-                                              .aes_tables("k", test::sample(16)),
+                                              .slots("sm4_keyids", {"s"})
+                                              .aes_tables("k", test::sample(16))
+                                              .sm4_table("s"),
                                           "alloc", 1);
     }
     static void TearDownTestSuite() { delete loaded_; }
@@ -77,20 +83,30 @@ class Allocation : public testing::Test {
 
 TEST_F(Allocation, OfTheModeFunctions) {
     const struct {
-        decltype(&aes_WBkit_encrypt_cfb) run;
+        test::ModeFunction run;
+        const char *key_id;
         const char *line;
     } functions[] = {
-        {aes_WBkit_encrypt_cfb, "ERR: malloc failed!"},     {aes_WBkit_decrypt_cfb, "ERR: malloc failed!"},
-        {aes_WBkit_encrypt_ofb, "[error]: malloc failed!"}, {aes_WBkit_decrypt_ofb, "[error]: malloc failed!"},
-        {aes_WBkit_encrypt_ctr, "[error]: malloc failed!"}, {aes_WBkit_decrypt_ctr, "[error]: malloc failed!"},
+        {mode<aes_WBkit_encrypt_cfb>, "k", "ERR: malloc failed!"},
+        {mode<aes_WBkit_decrypt_cfb>, "k", "ERR: malloc failed!"},
+        {mode<aes_WBkit_encrypt_ofb>, "k", "[error]: malloc failed!"},
+        {mode<aes_WBkit_decrypt_ofb>, "k", "[error]: malloc failed!"},
+        {mode<aes_WBkit_encrypt_ctr>, "k", "[error]: malloc failed!"},
+        {mode<aes_WBkit_decrypt_ctr>, "k", "[error]: malloc failed!"},
+        {mode<wbsm4_cfb_encrypt>, "s", "[error]: malloc faild!"},
+        {mode<wbsm4_cfb_decrypt>, "s", "[error]: malloc faild!"},
+        {mode<wbsm4_ofb_encrypt>, "s", "[error]: malloc faild!"},
+        {mode<wbsm4_ofb_decrypt>, "s", "[error]: malloc faild!"},
+        {mode<wbsm4_ctr_encrypt>, "s", "[error]: malloc failed!"},
+        {mode<wbsm4_ctr_decrypt>, "s", "[error]: malloc failed!"},
     };
     const Bytes in = test::sample(20);
     for (const auto &function : functions) {
         Bytes out(36, 0xee);
         int64_t out_len = -5;
         const auto lines = lines_of_failures([&] {
-            const int32_t status =
-                function.run(nullptr, in.data(), in.data(), in.size(), out.data(), &out_len, 0, "alloc", "k", 1);
+            const int64_t status = function.run(nullptr, in.data(), in.data(), in.size(), out.data(), &out_len, 0,
+                                                "alloc", function.key_id, 1);
             if (status != 0) {
                 EXPECT_EQ(status, -100);
                 EXPECT_EQ(out, Bytes(36, 0xee));
@@ -102,38 +118,52 @@ TEST_F(Allocation, OfTheModeFunctions) {
     }
 }
 
-TEST_F(Allocation, OfHmac) {
-    Bytes mac(32, 0xee);
-    const auto lines = lines_of_failures([&] {
-        const int32_t status = hmac_sha256(kSk.data(), 2, kSk.data(), 2, mac.data());
-        EXPECT_TRUE(status == 0 || (status == -100 && mac == Bytes(32, 0xee)));
+TEST_F(Allocation, OfEnvelopes) {
+    const Bytes in = test::sample(20);
+    Bytes out(300, 0xee);
+    std::vector<int32_t> statuses;
+    const auto note = [&](int32_t status) {
+        EXPECT_TRUE(status == 0 || out == Bytes(300, 0xee));
+        statuses.push_back(status);
         return status == 0;
+    };
+    const Lines not_packed{error("[error]: -7")};
+    const auto stream = lines_of_failures([&] {
+        int32_t out_len = 300;
+        return note(aes_cms_WBkit_encrypt_ctr(nullptr, in.data(), in.data(), in.size(), 0, nullptr, 0, out.data(),
+                                              &out_len, "alloc", "k", 1));
     });
-    EXPECT_EQ(lines, std::vector<Lines>{{error("ERR: hmac256 malloc failed.\n")}});
+    EXPECT_EQ(stream, (std::vector<Lines>{{}, {error("[error]: malloc failed!")}, not_packed}));
+    EXPECT_EQ(statuses, (std::vector<int32_t>{-2, -100, -7, 0}));
+
+    statuses.clear();
+    out.assign(300, 0xee);
+    const auto gcm = lines_of_failures([&] {
+        int32_t out_len = 300;
+        uint8_t tag[16];
+        return note(aes_cms_WBkit_encrypt_gcm(nullptr, in.data(), 12, in.data(), in.size(), nullptr, 0, nullptr, 0, tag,
+                                              16, out.data(), &out_len, "alloc", "k", 1));
+    });
+    EXPECT_EQ(gcm, (std::vector<Lines>{{}, not_packed}));
+    EXPECT_EQ(statuses, (std::vector<int32_t>{-2, -7, 0}));
 }
 
-TEST_F(Allocation, OfPacking) {
-    Bytes out(100, 0xee);
+TEST_F(Allocation, OfSignatures) {
+    std::vector<int32_t> statuses;
     const auto lines = lines_of_failures([&] {
-        auto out_len = static_cast<int32_t>(out.size());
-        const int32_t status = CMSEncrypted_Pack(17, 7, nullptr, 0, nullptr, 0, nullptr, 0, kSk.data(), 2, nullptr, 0,
-                                                 out.data(), &out_len);
-        EXPECT_TRUE(status == 0 || (status == -7 && out == Bytes(100, 0xee) && out_len == 100));
-        return status == 0;
+        Bytes mac(32, 0xee);
+        uint32_t len = 0;
+        statuses.push_back(signature(nullptr, kSk.data(), 2, "alloc", "k", 1, mac.data(), &len));
+        EXPECT_EQ(statuses.back() != 0, mac == Bytes(32, 0xee));
+        EXPECT_EQ(len, statuses.back() == 0 || statuses.back() == -100 ? 32U : 0U);
+        return statuses.back() == 0;
     });
-    EXPECT_EQ(lines, std::vector<Lines>{{}});
-}
-
-TEST_F(Allocation, OfEncryptedKeys) {
-    const auto lines = lines_of_failures([&] {
-        uint8_t out[1024];
-        uint8_t len;
-        uint8_t iv[16];
-        const int32_t status = get_ekey(nullptr, "alloc", "k", 1, out, &len, iv);
-        EXPECT_TRUE(status == 0 || status == -92) << status;
-        return status == 0;
-    });
-    EXPECT_EQ(lines, std::vector<Lines>{{error("ERR: get_ekey unpack fail:-20005\n")}});
+    EXPECT_EQ(lines, (std::vector<Lines>{
+                         {error("ERR: get_ekey unpack fail:-20005\n"), error("ERR: sig, get_ekey:-92\n")},
+                         {error("ERR: malloc failed!"), error("ERR: sig, decrypt key fail. 100\n")},
+                         {error("ERR: hmac256 malloc failed.\n")},
+                     }));
+    EXPECT_EQ(statuses, (std::vector<int32_t>{-1, -90, -100, 0}));
 }
 
 TEST_F(Allocation, OfNatives) {
@@ -148,15 +178,16 @@ TEST_F(Allocation, OfNatives) {
                                      jni.array("wbid", "alloc"), jni.array("keyid", "k"), 1) != nullptr;
     });
     const Lines refused{error("AES_CTR_EN: input args invalid")};
-    const Lines no_token{error("WARN: hash is not matched.\n"), refused[0]};
+    const Lines no_token{error("ERR: hmac256 malloc failed.\n"), error("WARN: hash is not matched.\n"), refused[0]};
     const Lines no_memory{error("jni en_aes_ctr fail -100\n")};
     EXPECT_EQ(stream, (std::vector<Lines>{
-                          no_memory,                                                          // the wbid
-                          no_memory,                                                          // the key id
-                          no_token,                                                           // the token's message
-                          {error("ERR: hmac256 malloc failed.\n"), no_token[0], no_token[1]}, // and its MAC
-                          no_memory,                                                          // the output
-                          {error("[error]: malloc failed!"), no_memory[0]},                   // the engine
+                          no_memory,                                        // the wbid
+                          no_memory,                                        // the key id
+                          no_memory,                                        // the caller's name
+                          no_token,                                         // the token's message
+                          no_token,                                         // and its MAC
+                          no_memory,                                        // the output
+                          {error("[error]: malloc failed!"), no_memory[0]}, // the engine
                       }));
 
     // The exported check, by itself.
@@ -164,27 +195,10 @@ TEST_F(Allocation, OfNatives) {
         [&] { return check_is_valid_call(token.data(), 32, token.data(), 0, message.data(), 5, 1) == 0; });
     EXPECT_EQ(check, (std::vector<Lines>{
                          {error("WARN: get appid fail\n")},
-                         {no_token[0]},
-                         {error("ERR: hmac256 malloc failed.\n"), no_token[0]},
+                         {error("WARN: get appid fail\n")},
+                         {no_token[0], no_token[1]},
+                         {no_token[0], no_token[1]},
                      }));
-
-    const auto accessor = lines_of_failures([&] {
-        FakeJni jni;
-        return WBkit_get_appid(jni.env(), nullptr, jni.array("hash", token), jni.array("caller", "c"),
-                               jni.array("wbid", "alloc"), 1) != nullptr;
-    });
-    const auto accessor_refused = error("get_appid: input args invalid");
-    EXPECT_EQ(accessor, (std::vector<Lines>{
-                            {error("jni get_appid fail -100\n")},
-                            {no_token[0], accessor_refused},
-                            {error("ERR: hmac256 malloc failed.\n"), no_token[0], accessor_refused},
-                        }));
-
-    const auto sk = lines_of_failures([&] {
-        FakeJni jni;
-        return WBkit_get_sk(jni.env(), nullptr, jni.array("ak", "ak"), jni.array("wbid", "alloc"), 1) != nullptr;
-    });
-    EXPECT_EQ(sk, std::vector<Lines>(2, {error("jni get_sk fail -100\n")}));
 
     // Its status is not examined: zeros come back.
     const auto mac = lines_of_failures([&] {
@@ -194,6 +208,23 @@ TEST_F(Allocation, OfNatives) {
         return result != Bytes(32);
     });
     EXPECT_EQ(mac, std::vector<Lines>{{error("ERR: hmac256 malloc failed.\n")}});
+}
+
+// hmac answers zeros, which is not what it should; everything else refuses.
+TEST_F(EveryNative, SurvivesEachFailingAllocation) {
+    for (const test::NativeRow &row : test::natives()) {
+        const test::Arguments good = test::good_arguments(row);
+        const test::Answer expected = row.expected(good);
+        int n = 0;
+        do {
+            failed = false;
+            until_failure = n++;
+            const test::Answer answer = row(jni_, good);
+            until_failure = -1;
+            EXPECT_EQ(answer == expected, !failed) << row.op << ", allocation " << n;
+            EXPECT_EQ(log_.take().empty(), !failed) << row.op << ", allocation " << n;
+        } while (failed);
+    }
 }
 
 } // namespace

@@ -44,26 +44,57 @@ struct FakeVm {
     static inline FakeVm *current = nullptr;
 };
 
+template <typename Function>
+void *address(Function *function) {
+    return reinterpret_cast<void *>(function);
+}
+
 TEST(OnLoad, RegistersTheTableInOrder) {
-    struct Row {
+    const char *stream = "([B[B[B[BI[B[BI)[B";
+    const char *gcm = "([B[B[B[B[B[B[BI)[B";
+    const char *envelope = "([B[B[B[BI[B[B[BI)[B";
+    const char *opened = "([B[B[B)[B"; // three arrays of the functions' six parameters: intended
+    const char *accessor = "([B[B[BI)[B";
+    const struct {
         const char *name;
         const char *signature;
         void *function;
-    };
-    const char *stream = "([B[B[B[BI[B[BI)[B";
-    const char *accessor = "([B[B[BI)[B";
-    const Row expected[] = {
-        {"WBkit_AES_CFB_encrypt", stream, reinterpret_cast<void *>(WBkit_AES_CFB_encrypt)},
-        {"WBkit_AES_CFB_decrypt", stream, reinterpret_cast<void *>(WBkit_AES_CFB_decrypt)},
-        {"WBkit_AES_OFB_encrypt", stream, reinterpret_cast<void *>(WBkit_AES_OFB_encrypt)},
-        {"WBkit_AES_OFB_decrypt", stream, reinterpret_cast<void *>(WBkit_AES_OFB_decrypt)},
-        {"WBkit_AES_CTR_encrypt", stream, reinterpret_cast<void *>(WBkit_AES_CTR_encrypt)},
-        {"WBkit_AES_CTR_decrypt", stream, reinterpret_cast<void *>(WBkit_AES_CTR_decrypt)},
-        {"getKeyids", accessor, reinterpret_cast<void *>(WBkit_get_keyids)},
-        {"getWhitelist", accessor, reinterpret_cast<void *>(WBkit_get_whitelist)},
-        {"getAppid", accessor, reinterpret_cast<void *>(WBkit_get_appid)},
-        {"getSk", "([B[BI)[B", reinterpret_cast<void *>(WBkit_get_sk)},
-        {"hmac", "([B[B)[B", reinterpret_cast<void *>(WBkit_hmac)},
+    } expected[] = {
+        {"WBkit_AES_CFB_encrypt", stream, address(WBkit_AES_CFB_encrypt)},
+        {"WBkit_AES_CFB_decrypt", stream, address(WBkit_AES_CFB_decrypt)},
+        {"WBkit_AES_OFB_encrypt", stream, address(WBkit_AES_OFB_encrypt)},
+        {"WBkit_AES_OFB_decrypt", stream, address(WBkit_AES_OFB_decrypt)},
+        {"WBkit_AES_CTR_encrypt", stream, address(WBkit_AES_CTR_encrypt)},
+        {"WBkit_AES_CTR_decrypt", stream, address(WBkit_AES_CTR_decrypt)},
+        {"WBkit_SM4_CFB_encrypt", stream, address(WBkit_SM4_CFB_encrypt)},
+        {"WBkit_SM4_CFB_decrypt", stream, address(WBkit_SM4_CFB_decrypt)},
+        {"WBkit_SM4_OFB_encrypt", stream, address(WBkit_SM4_OFB_encrypt)},
+        {"WBkit_SM4_OFB_decrypt", stream, address(WBkit_SM4_OFB_decrypt)},
+        {"WBkit_SM4_CTR_encrypt", stream, address(WBkit_SM4_CTR_encrypt)},
+        {"WBkit_SM4_CTR_decrypt", stream, address(WBkit_SM4_CTR_decrypt)},
+        {"WBkit_AES_GCM_encrypt", gcm, address(WBkit_AES_GCM_encrypt)},
+        {"WBkit_AES_GCM_decrypt", gcm, address(WBkit_AES_GCM_decrypt)},
+        {"WBkit_AES_CMS_CFB_encrypt", envelope, address(WBkit_AES_CMS_CFB_encrypt)},
+        {"WBkit_AES_CMS_CFB_decrypt", opened, address(WBkit_AES_CMS_CFB_decrypt)},
+        {"WBkit_AES_CMS_OFB_encrypt", envelope, address(WBkit_AES_CMS_OFB_encrypt)},
+        {"WBkit_AES_CMS_OFB_decrypt", opened, address(WBkit_AES_CMS_OFB_decrypt)},
+        {"WBkit_AES_CMS_CTR_encrypt", envelope, address(WBkit_AES_CMS_CTR_encrypt)},
+        {"WBkit_AES_CMS_CTR_decrypt", opened, address(WBkit_AES_CMS_CTR_decrypt)},
+        {"WBkit_SM4_CMS_CFB_encrypt", envelope, address(WBkit_SM4_CMS_CFB_encrypt)},
+        {"WBkit_SM4_CMS_CFB_decrypt", opened, address(WBkit_SM4_CMS_CFB_decrypt)},
+        {"WBkit_SM4_CMS_OFB_encrypt", envelope, address(WBkit_SM4_CMS_OFB_encrypt)},
+        {"WBkit_SM4_CMS_OFB_decrypt", opened, address(WBkit_SM4_CMS_OFB_decrypt)},
+        {"WBkit_SM4_CMS_CTR_encrypt", envelope, address(WBkit_SM4_CMS_CTR_encrypt)},
+        {"WBkit_SM4_CMS_CTR_decrypt", opened, address(WBkit_SM4_CMS_CTR_decrypt)},
+        {"WBkit_AES_CMS_GCM_encrypt", "([B[B[B[B[B[B[B[BI)[B", address(WBkit_AES_CMS_GCM_encrypt)},
+        {"WBkit_AES_CMS_GCM_decrypt", opened, address(WBkit_AES_CMS_GCM_decrypt)},
+        {"getKeyids", accessor, address(WBkit_get_keyids)},
+        {"getWhitelist", accessor, address(WBkit_get_whitelist)},
+        {"getAppid", accessor, address(WBkit_get_appid)},
+        {"signature", "([B[B[B[B[BI)[B", address(WBkit_signature)},
+        {"verify", "([B[B[B[B[B[BI)I", address(WBkit_verify)},
+        {"getSk", "([B[BI)[B", address(WBkit_get_sk)},
+        {"hmac", "([B[B)[B", address(WBkit_hmac)},
     };
     FakeVm fake;
     test::CapturedLog log;

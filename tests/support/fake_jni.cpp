@@ -16,17 +16,21 @@ struct FakeJni::Array {
 
 struct FakeJni::Functions {
     static FakeJni &self(JNIEnv *env) { return *static_cast<Env *>(env)->self; }
-    static Array &array(jarray handle) { return *reinterpret_cast<Array *>(handle); }
+    // A null handle, with which a real machine would crash, stands in the record as "null".
+    static Array &array(JNIEnv *env, jarray handle) {
+        return *reinterpret_cast<Array *>(handle != nullptr ? handle : self(env).array("null", Bytes{}));
+    }
 
     static jsize JNICALL length(JNIEnv *env, jarray handle) {
-        self(env).calls_.push_back("length " + array(handle).name);
-        return static_cast<jsize>(array(handle).bytes.size());
+        const Array &asked = array(env, handle);
+        self(env).calls_.push_back("length " + asked.name);
+        return static_cast<jsize>(asked.bytes.size());
     }
 
     static jbyte *JNICALL elements(JNIEnv *env, jbyteArray handle, jboolean *is_copy) {
         EXPECT_EQ(is_copy, nullptr);
         FakeJni &jni = self(env);
-        Array &found = array(handle);
+        Array &found = array(env, handle);
         jni.calls_.push_back("elements " + found.name);
         if (jni.no_elements.contains(found.name)) {
             return nullptr;
@@ -38,7 +42,7 @@ struct FakeJni::Functions {
     }
 
     static void JNICALL release(JNIEnv *env, jbyteArray handle, jbyte *elements, jint mode) {
-        Array &found = array(handle);
+        Array &found = array(env, handle);
         self(env).calls_.push_back("release " + found.name);
         EXPECT_EQ(mode, 0);
         EXPECT_NE(elements, nullptr) << found.name;
@@ -56,7 +60,7 @@ struct FakeJni::Functions {
 
     static void JNICALL region(JNIEnv *env, jbyteArray handle, jsize start, jsize size, const jbyte *from) {
         self(env).calls_.push_back("region " + std::to_string(size));
-        std::copy_n(from, size, array(handle).bytes.begin() + start);
+        std::copy_n(from, size, array(env, handle).bytes.begin() + start);
     }
 };
 
@@ -72,10 +76,7 @@ FakeJni::FakeJni() : env_{}, functions_{} {
 }
 
 FakeJni::~FakeJni() {
-    for (const Array &array : arrays_) {
-        EXPECT_EQ(array.elements, nullptr) << array.name << " was never released";
-        delete[] array.elements;
-    }
+    EXPECT_EQ(take_held(), std::vector<std::string>{}) << "never released";
 }
 
 jbyteArray FakeJni::array(const std::string &name, const Bytes &bytes) {
@@ -87,11 +88,22 @@ std::optional<Bytes> FakeJni::bytes(jbyteArray array) {
     if (array == nullptr) {
         return std::nullopt;
     }
-    return Functions::array(array).bytes;
+    return reinterpret_cast<Array *>(array)->bytes;
 }
 
 std::vector<std::string> FakeJni::take_calls() {
     return std::exchange(calls_, {});
+}
+
+std::vector<std::string> FakeJni::take_held() {
+    std::vector<std::string> names;
+    for (Array &array : arrays_) {
+        if (array.elements != nullptr) {
+            names.push_back(array.name);
+            delete[] std::exchange(array.elements, nullptr);
+        }
+    }
+    return names;
 }
 
 } // namespace test

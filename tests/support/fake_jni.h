@@ -32,6 +32,9 @@ class FakeJni {
     // "length input", "elements input", "release input", "new 16", "region 16" in order.
     std::vector<std::string> take_calls();
 
+    // Arrays whose elements are still out; taking them gives them back.
+    std::vector<std::string> take_held();
+
     // Arrays whose elements are refused, and whether new arrays are.
     std::set<std::string> no_elements;
     bool no_new_array = false;

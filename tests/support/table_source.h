@@ -1,5 +1,5 @@
-// Table libraries as a test wants them, sound or malformed: a generator of its own, which knows nothing of the project's
-// builder and refuses nothing.
+// Table libraries as a test wants them, sound or malformed: a generator of its own, which knows nothing of the
+// project's builder and refuses nothing.
 #pragma once
 
 #include <array>

@@ -1,6 +1,8 @@
-// A text that came as a Java byte array.
+// A copy of a Java byte array, which nobody else can change.
 #pragma once
 
+#include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 #include "jni/held_arrays.h"
@@ -8,19 +10,20 @@
 
 namespace wbkit {
 
-// A copy of an array's bytes with a terminator behind them. As a text it ends at its first zero byte.
-class TextCopy {
+// The array's bytes with a terminator behind them. As a text it ends at its first zero byte.
+class ArrayCopy {
   public:
-    explicit TextCopy(const ArrayBytes &bytes)
-        : len_(static_cast<size_t>(bytes.len)), text_(static_cast<uint64_t>(bytes.len) + 1) {
+    // Once a copy. False if memory ran out.
+    bool take(const ArrayBytes &bytes) {
+        len_ = static_cast<size_t>(bytes.len);
+        text_.allocate(uint64_t{len_} + 1);
         if (text_) {
             memcpy(text_.data(), bytes.data, len_);
             text_.data()[len_] = 0;
         }
+        return static_cast<bool>(text_);
     }
 
-    // False if memory ran out.
-    explicit operator bool() const { return static_cast<bool>(text_); }
     [[nodiscard]] const char *c_str() const { return reinterpret_cast<const char *>(text_.data()); }
 
     // All bytes of the array, zero bytes among them included.
@@ -28,7 +31,7 @@ class TextCopy {
     [[nodiscard]] size_t size() const { return len_; }
 
   private:
-    size_t len_;
+    size_t len_ = 0;
     ScratchBuffer text_;
 };
 
