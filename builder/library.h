@@ -20,8 +20,8 @@ struct BuildOptions {
     std::function<bool()> interrupted{};        // asked between the steps and while the compiler runs
 };
 
-// Makes the table library of `set` in the existing folder `dir` and returns its path. A library of that name is replaced
-// at one stroke, and only by one that is finished and checked; on failure `dir` is as it was.
+// Makes the table library of `set` in the existing folder `dir` and returns its path. A library of that name is
+// replaced at one stroke, and only by one that is finished and checked; on failure `dir` is as it was.
 //
 // Throws Error and Interrupted.
 std::filesystem::path build_library(const KeySet &set, const std::filesystem::path &dir, const BuildOptions &options);

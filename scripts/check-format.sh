@@ -26,4 +26,6 @@ cd -- "$root"
 mapfile -d '' -t files < <(find . \( -path ./build -o -path ./.git \) -prune -o -type f \
   \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0)
 "$clang_format" "${mode[@]}" "${files[@]}"
+# It leaves comments alone, however long.
+awk 'length > 120 {print FILENAME ":" FNR ": longer than 120 columns"; long = 1} END {exit long}' "${files[@]}"
 echo "${#files[@]} files are formatted as .clang-format says."

@@ -5,8 +5,8 @@
 
 namespace wbtables {
 
-// The hex text of a packed CMSEncryptedData: the 32-byte signing key, encrypted with AES-CFB128 under the key's own value
-// and a random IV, with the hex text of the key id. `key` has a signing key.
+// The hex text of a packed CMSEncryptedData: the 32-byte signing key, encrypted with AES-CFB128 under the key's own
+// value and a random IV, with the hex text of the key id. `key` has a signing key.
 SecretBytes signing_entry(const KeySpec &key);
 
 } // namespace wbtables

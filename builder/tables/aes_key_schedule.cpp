@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::array<std::uint8_t, 256> make_sbox() {
     std::array<std::uint8_t, 256> sbox{};
-    // `power` runs through the powers of the generator 3 and `inverse` through those of its inverse 0xF6, so each is the
-    // other's reciprocal.
+    // `power` runs through the powers of the generator 3 and `inverse` through those of its inverse 0xF6, so each is
+    // the other's reciprocal.
     std::uint8_t power = 1;
     std::uint8_t inverse = 1;
     do {

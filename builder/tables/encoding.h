@@ -13,11 +13,11 @@ enum class EncodingKind {
     randomised, // the default
 };
 
-// A byte y at one position of the state behind one table round is stored as f(L y): L is a random invertible matrix over
-// GF(2) of that round and position, f one random bijection of nibbles, applied to both halves, for the whole key.
+// A byte y at one position of the state behind one table round is stored as f(L y): L is a random invertible matrix
+// over GF(2) of that round and position, f one random bijection of nibbles, applied to both halves, for the whole key.
 //
-// The XOR table has X[f(a)][f(b)] = f(a XOR b). Since L is linear, the contributions of a column can be XORed through it
-// whatever L they carry, so one table serves every round.
+// The XOR table has X[f(a)][f(b)] = f(a XOR b). Since L is linear, the contributions of a column can be XORed through
+// it whatever L they carry, so one table serves every round.
 class Encoding {
   public:
     // `boundaries` is the number of table rounds.

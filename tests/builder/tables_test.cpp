@@ -109,8 +109,8 @@ TEST(Encoding, TheXorTableIsXorUnderSomeBijectionOfNibbles) {
     EXPECT_NE(none.xor_table(), randomised.xor_table());
 }
 
-// What the block function does with a column: stored contributions, nibble by nibble through the one XOR table, must give
-// the stored sum, at every boundary and position, though each has a matrix of its own.
+// What the block function does with a column: stored contributions, nibble by nibble through the one XOR table, must
+// give the stored sum, at every boundary and position, though each has a matrix of its own.
 TEST(Encoding, OneXorTableAddsStoredBytesEverywhere) {
     constexpr size_t kBoundaries = 3;
     const Encoding encoding(EncodingKind::randomised, kBoundaries);
