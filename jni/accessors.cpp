@@ -19,8 +19,8 @@ using wbkit::ArrayCopy;
 using wbkit::HeldArrays;
 
 struct Accessor {
-    wbkit::TextOf text;
-    size_t room; // a longer text is refused
+    wbkit::TextOf text = nullptr;
+    size_t room = 0; // a longer text is refused
     wbkit::NativeWords words;
 };
 

@@ -9,8 +9,8 @@ namespace wbkit {
 
 // How a native's messages name it.
 struct NativeWords {
-    const char *op;
-    const char *tag;                 // begins the "input args invalid" line; null: no such line
+    const char *op = nullptr;
+    const char *tag = nullptr;       // begins the "input args invalid" line; null: no such line
     const char *failed_op = nullptr; // in the line of a failed operation; null: `op` stands there too
     bool tells_failures = true;      // whether there is such a line
 };

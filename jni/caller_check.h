@@ -17,9 +17,9 @@ struct Caller {
 // What the check found: the open table library, and of its metadata what the check looked at, so that nobody needs to
 // ask for it again.
 struct Admission {
-    bool granted;
+    bool granted = false;
     CheckedLibrary library;
-    tb_common common;
+    tb_common common = {};
 };
 
 // Checks the token and the name against the table library's metadata. Logs why not.

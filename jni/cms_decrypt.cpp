@@ -25,7 +25,7 @@ int32_t decrypt(KeySource &key, const PackedInput &packed, uint8_t *out, int64_t
 }
 
 struct EnvelopeNative {
-    decltype(&wbkit::decrypt_gcm_envelope) run;
+    decltype(&wbkit::decrypt_gcm_envelope) run = nullptr;
     wbkit::NativeWords words;
 };
 

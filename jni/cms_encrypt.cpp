@@ -93,8 +93,8 @@ int32_t encrypt_gcm(KeySource &key, const EnvelopeBytes &bytes, jint /*padding*/
 }
 
 struct EnvelopeNative {
-    decltype(&encrypt_gcm) run;
-    uint32_t growth; // bytes by which the message may exceed the input and the carried key
+    decltype(&encrypt_gcm) run = nullptr;
+    uint32_t growth = 0; // bytes by which the message may exceed the input and the carried key
     wbkit::NativeWords words;
     bool gcm = false; // takes additional data in place of a padding, and an iv of any length
     bool checks_key = true;

@@ -10,7 +10,6 @@
 
 namespace {
 
-using wbkit::ArrayBytes;
 using wbkit::GcmContext;
 using wbkit::GcmMessage;
 using wbkit::HeldArrays;
@@ -21,8 +20,8 @@ using wbkit::kGcmTagSize;
 using wbkit::ScratchBuffer;
 
 struct GcmNative {
-    int32_t (*run)(KeySource &key, const GcmMessage &message);
-    uint32_t growth; // bytes by which the output exceeds the input
+    int32_t (*run)(KeySource &key, const GcmMessage &message) = nullptr;
+    uint32_t growth = 0; // bytes by which the output exceeds the input
     wbkit::NativeWords words;
 };
 

@@ -7,7 +7,7 @@ namespace wbkit {
 KeyedCall::KeyedCall(HeldArrays &arrays, const KeyedArguments &arguments)
     : arrays_(arrays), wbid_bytes_(arrays.fetch_elements_first(arguments.wbid)),
       keyid_bytes_(arrays.fetch_elements_first(arguments.keyid)), token_(arrays.fetch_length_first(arguments.hash)),
-      caller_bytes_(arrays.fetch_length_first(arguments.caller)), version_(arguments.version), admission_{} {}
+      caller_bytes_(arrays.fetch_length_first(arguments.caller)), version_(arguments.version) {}
 
 bool KeyedCall::admit(const NativeWords &words) {
     if (!arrays_.complete()) {

@@ -17,10 +17,10 @@ struct OpenedLibrary {
 OpenedLibrary open_library(const char *dir, const char *wbid, int32_t version);
 
 struct CheckedLibrary {
-    void *handle;
-    const char *wbid; // the library's own
+    void *handle = nullptr;
+    const char *wbid = nullptr; // the library's own
     KeyLists lists;
-    int32_t status; // 0, -70 or -71; the other fields are null unless it is 0
+    int32_t status = 0; // 0, -70 or -71; the other fields are null unless it is 0
 };
 
 // Opens a table library and makes sure that it is the one that was asked for. Logs why not.
