@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 #include "aes/block.h"
 #include "aes/gcm_limits.h"
 #include "aes/ghash.h"
@@ -25,46 +27,70 @@ class HashSubkey {
     SecretBytes<kBlockSize> h_;
 };
 
+// Text and ciphertext go together through the first-level cache.
+constexpr size_t kPieceSize = 2 * kBatchBlocks * kBlockSize;
+
 bool overlap(const uint8_t *a, const uint8_t *b, size_t len) {
     const auto distance = reinterpret_cast<uintptr_t>(a) - reinterpret_cast<uintptr_t>(b);
     return distance < len || 0 - distance < len;
 }
 
+// Where to read the text from: `in`, or `out` with a copy of it if writing there would change what is yet to be read.
+const uint8_t *safe_input(const uint8_t *in, uint8_t *out, size_t len) {
+    if (len == 0 || !overlap(in, out, len)) {
+        return in;
+    }
+    memmove(out, in, len);
+    return out;
+}
+
 // One message under way: the additional data is absorbed, the text comes.
 class Gcm {
   public:
-    Gcm(const BlockCipher &cipher, const GcmContext &context)
-        : cipher_(cipher), h_(cipher), hash_(h_.data()), aad_len_(context.aad_len) {
-        // With the IV, a block that was hashed from it tells the hash subkey.
-        SecretBytes<kBlockSize> j0;
-        prepare_j0(context.iv, context.iv_len, h_.data(), j0.data());
-        CounterBlock(j0.data()).write(counters_.data(), 2);
-        hash_.absorb(context.aad, context.aad_len);
-    }
+    Gcm(const BlockCipher &cipher, const GcmContext &context) : Gcm(cipher, context, HashSubkey(cipher)) {}
 
-    void crypt(const uint8_t *in, uint8_t *out, size_t len) const {
-        if (len != 0 && overlap(in, out, len)) {
-            memmove(out, in, len);
-            in = out;
+    // Absorbs the ciphertext, too.
+    void encrypt(const uint8_t *in, uint8_t *out, size_t len) {
+        in = safe_input(in, out, len);
+        for (size_t done = 0; done < len; done += kPieceSize) {
+            const size_t piece = std::min(kPieceSize, len - done);
+            ctr_crypt(cipher_, counter_, in + done, out + done, piece);
+            hash_.absorb(out + done, piece);
         }
-        ctr_crypt(cipher_, counters_.data() + kBlockSize, in, out, len);
     }
 
-    // Of the whole ciphertext.
-    void make_tag(const uint8_t *ciphertext, size_t len, uint8_t *tag) {
-        hash_.absorb(ciphertext, len);
+    void absorb(const uint8_t *ciphertext, size_t len) { hash_.absorb(ciphertext, len); }
+
+    void decrypt(const uint8_t *in, uint8_t *out, size_t len) {
+        ctr_crypt(cipher_, counter_, safe_input(in, out, len), out, len);
+    }
+
+    // When the whole ciphertext is absorbed.
+    void make_tag(size_t len, uint8_t *tag) {
         hash_.absorb_lengths(aad_len_, len);
         SecretBytes<kBlockSize> sum;
         hash_.finish(sum.data());
-        ctr_crypt(cipher_, counters_.data(), sum.data(), tag, kBlockSize);
+        ctr_crypt(cipher_, tag_counter_.data(), sum.data(), tag, kBlockSize);
     }
 
   private:
-    const BlockCipher &cipher_;
-    HashSubkey h_;
+    Gcm(const BlockCipher &cipher, const GcmContext &context, const HashSubkey &h)
+        : hash_(h.data()), cipher_(cipher), aad_len_(context.aad_len), counter_(make_j0(context, h)) {
+        counter_.write(tag_counter_.data(), 1); // the text begins with the next
+        hash_.absorb(context.aad, context.aad_len);
+    }
+
+    const uint8_t *make_j0(const GcmContext &context, const HashSubkey &h) {
+        prepare_j0(context.iv, context.iv_len, h.data(), tag_counter_.data());
+        return tag_counter_.data();
+    }
+
     Ghash hash_;
+    const BlockCipher &cipher_;
     uint64_t aad_len_;
-    SecretBytes<2 * kBlockSize> counters_; // for the tag, and the first for the text
+    // With an IV of which it was hashed, J0 tells the hash subkey: a secret.
+    SecretBytes<kBlockSize> tag_counter_;
+    CounterBlock counter_;
 };
 
 // Both directions name the encryption: intended.
@@ -91,22 +117,23 @@ int32_t check_lengths(const GcmContext &context, uint64_t len) {
 void gcm_encrypt(const BlockCipher &cipher, const GcmContext &context, const uint8_t *in, uint8_t *out, size_t len,
                  uint8_t tag[16]) {
     Gcm gcm(cipher, context);
-    gcm.crypt(in, out, len);
-    gcm.make_tag(out, len, tag);
+    gcm.encrypt(in, out, len);
+    gcm.make_tag(len, tag);
 }
 
 bool gcm_decrypt(const BlockCipher &cipher, const GcmContext &context, const uint8_t *in, uint8_t *out, size_t len,
                  const uint8_t *tag, size_t tag_len) {
     Gcm gcm(cipher, context);
     SecretBytes<kGcmTagSize> expected;
-    gcm.make_tag(in, len, expected.data());
+    gcm.absorb(in, len);
+    gcm.make_tag(len, expected.data());
     if (!equal_in_constant_time(expected.data(), tag, tag_len)) {
         if (len != 0) {
             memset(out, 0, len);
         }
         return false;
     }
-    gcm.crypt(in, out, len);
+    gcm.decrypt(in, out, len);
     return true;
 }
 

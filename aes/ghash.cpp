@@ -6,81 +6,41 @@
 #include "modes/block_cipher.h"
 #include "quen/aes.h"
 #include "support/byte_order.h"
+#include "support/kernel.h"
 #include "support/secret.h"
 
 namespace wbkit {
-namespace {
 
-constexpr uint64_t kReduction = uint64_t{0xe1} << 56;
-
-FieldElement load(const uint8_t *block) {
-    return {load_be64(block), load_be64(block + 8)};
+Ghash::Ghash(const uint8_t h[16]) : kernel_(choose_row(ghash_kernels()).absorb) {
+    memcpy(state_.h, h, sizeof state_.h);
 }
-
-void store(uint8_t *block, const FieldElement &element) {
-    store_be64(block, element.high);
-    store_be64(block + 8, element.low);
-}
-
-// All ones if the bit is 1. Masks instead of branches, so that the time tells nothing of the bits.
-uint64_t mask_of(uint64_t bit) {
-    uint64_t mask = 0 - (bit & 1);
-    // The compiler must not know that there are two masks alone, or it could branch after all.
-    asm volatile("" : "+r"(mask));
-    return mask;
-}
-
-// Bit by bit (SP 800-38D, 6.3, algorithm 1). Who calls it wipes the stack behind it.
-[[gnu::noinline]] FieldElement multiply(const FieldElement &x, const FieldElement &y) {
-    FieldElement z = {0, 0};
-    FieldElement v = y;
-    for (size_t i = 0; i < 128; ++i) {
-        const uint64_t word = i < 64 ? x.high : x.low;
-        const uint64_t take = mask_of(word >> (63 - i % 64));
-        z.high ^= v.high & take;
-        z.low ^= v.low & take;
-        const uint64_t reduce = mask_of(v.low);
-        v.low = v.low >> 1 | v.high << 63;
-        v.high = v.high >> 1 ^ (kReduction & reduce);
-    }
-    return z;
-}
-
-} // namespace
-
-Ghash::Ghash(const uint8_t h[16]) : h_(load(h)) {}
 
 Ghash::~Ghash() {
-    wipe(&h_, sizeof h_);
-    wipe(&y_, sizeof y_);
-}
-
-void Ghash::absorb_block(const uint8_t *block) {
-    const FieldElement x = load(block);
-    y_ = multiply({y_.high ^ x.high, y_.low ^ x.low}, h_);
+    wipe(&state_, sizeof state_);
 }
 
 void Ghash::absorb(const uint8_t *data, uint64_t len) {
-    for (; len >= kBlockSize; data += kBlockSize, len -= kBlockSize) {
-        absorb_block(data);
+    const auto blocks = static_cast<size_t>(len / kBlockSize);
+    if (blocks != 0) {
+        kernel_(state_, data, blocks);
     }
-    if (len != 0) {
+    const auto rest = static_cast<size_t>(len % kBlockSize);
+    if (rest != 0) {
         SecretBytes<kBlockSize> last;
-        memcpy(last.data(), data, static_cast<size_t>(len));
-        absorb_block(last.data());
+        memcpy(last.data(), data + blocks * kBlockSize, rest);
+        kernel_(state_, last.data(), 1);
     }
-    wipe_stack();
 }
 
 void Ghash::absorb_lengths(uint64_t first, uint64_t second) {
     uint8_t lengths[kBlockSize];
-    store(lengths, {first * 8, second * 8});
-    absorb_block(lengths);
-    wipe_stack();
+    store_be64(lengths, first * 8);
+    store_be64(lengths + 8, second * 8);
+    kernel_(state_, lengths, 1);
 }
 
 void Ghash::finish(uint8_t y[16]) const {
-    store(y, y_);
+    memcpy(y, state_.y, sizeof state_.y);
 }
 
 void prepare_j0(const uint8_t *iv, uint64_t iv_len, const uint8_t h[16], uint8_t j0[16]) {
@@ -105,13 +65,16 @@ void xor_block(uint8_t dst[16], const uint8_t src[16]) {
 }
 
 void shift_right_block(uint8_t v[16]) {
-    const wbkit::FieldElement element = wbkit::load(v);
-    wbkit::store(v, {element.high >> 1, element.low >> 1 | element.high << 63});
+    const uint64_t high = wbkit::load_be64(v);
+    const uint64_t low = wbkit::load_be64(v + 8);
+    wbkit::store_be64(v, high >> 1);
+    wbkit::store_be64(v + 8, low >> 1 | high << 63);
 }
 
 void gf_mult(const uint8_t x[16], const uint8_t y[16], uint8_t z[16]) {
-    wbkit::store(z, wbkit::multiply(wbkit::load(x), wbkit::load(y)));
-    wbkit::wipe_stack();
+    wbkit::Ghash product(y);
+    product.absorb(x, wbkit::kBlockSize); // the first block alone: (0 + x) * y
+    product.finish(z);
 }
 
 void ghash(const uint8_t h[16], const uint8_t *x, uint64_t x_len, uint8_t y[16]) {

@@ -3,13 +3,9 @@
 
 #include <stdint.h>
 
-namespace wbkit {
+#include "aes/ghash_kernel.h"
 
-// An element of GF(2^128). The first bit of a block is the most significant bit of `high`.
-struct FieldElement {
-    uint64_t high;
-    uint64_t low;
-};
+namespace wbkit {
 
 class Ghash {
   public:
@@ -29,10 +25,8 @@ class Ghash {
     void finish(uint8_t y[16]) const;
 
   private:
-    void absorb_block(const uint8_t *block);
-
-    FieldElement h_;
-    FieldElement y_ = {0, 0};
+    GhashKernel kernel_;
+    GhashState state_;
 };
 
 // The pre-counter block of an IV under the hash subkey `h` (SP 800-38D, 7.1, step 2).

@@ -31,6 +31,8 @@ add_library(wbkit_objects OBJECT
   aes/gcm.cpp
   aes/gcm_tag.cpp
   aes/ghash.cpp
+  aes/ghash_kernel.cpp
+  aes/ghash_portable.cpp
   aes/iv.cpp
   aes/stream.cpp
   cms/envelope.cpp
@@ -41,7 +43,8 @@ add_library(wbkit_objects OBJECT
   diagnostics/hooks.cpp
   hash/hmac.cpp
   hash/sha256.cpp
-  hash/sha256_compress.cpp
+  hash/sha256_kernel.cpp
+  hash/sha256_portable.cpp
   hash/signature.cpp
   jni/accessors.cpp
   jni/answer.cpp
@@ -80,6 +83,23 @@ add_library(wbkit_objects OBJECT
   tables/symbols.cpp
   ${WBKIT_CMS_GENERATED})
 
+# Kernels for instruction sets that the CPU may have; each asks for its own by attributes on its functions.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+  target_sources(wbkit_objects PRIVATE
+    aes/ghash_pclmul.cpp
+    aes/ghash_vpclmul.cpp
+    hash/sha256_shani.cpp)
+  include(CheckCXXSourceCompiles)
+  check_cxx_source_compiles("int main() { return __builtin_cpu_supports(\"sha\"); }" WBKIT_COMPILER_KNOWS_SHA)
+  if(WBKIT_COMPILER_KNOWS_SHA)
+    target_compile_definitions(wbkit_objects PUBLIC WBKIT_COMPILER_KNOWS_SHA)
+  endif()
+endif()
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64|ARM64")
+  target_sources(wbkit_objects PRIVATE)
+endif()
+
 target_include_directories(wbkit_objects
   PRIVATE "${PROJECT_SOURCE_DIR}"
   PUBLIC "${PROJECT_SOURCE_DIR}/include" "${WBKIT_GENERATED_DIR}")
@@ -88,6 +108,10 @@ target_compile_options(wbkit_objects PRIVATE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 set_target_properties(wbkit_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+if(WBKIT_BUILD_TESTS)
+  # WBKIT_KERNELS in the environment names the kernels to use, so that tests reach every one. What ships does not ask.
+  target_compile_definitions(wbkit_objects PRIVATE WBKIT_FORCED_KERNELS)
+endif()
 target_link_libraries(wbkit_objects PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
 # The generator knows nothing of visibility marks nor of our warnings.
 set_source_files_properties("${WBKIT_GENERATED_DIR}/quen/cms.pb-c.c" PROPERTIES

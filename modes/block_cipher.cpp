@@ -1,14 +1,11 @@
 #include "modes/block_cipher.h"
 
+#include "support/kernel.h"
+
 namespace wbkit {
 
 BlockKernel choose_kernel(std::span<const KernelRow> rows) {
-    const KernelRow *row = rows.data();
-    const KernelRow *last = row + rows.size() - 1;
-    while (row != last && !row->usable()) {
-        ++row;
-    }
-    return row->encrypt;
+    return choose_row(rows).encrypt;
 }
 
 } // namespace wbkit

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "modes/keystream.h"
 #include "modes/stream.h"
 #include "support/secret.h"
 
@@ -20,7 +21,7 @@ void cfb_encrypt(const BlockCipher &cipher, const uint8_t *iv, const uint8_t *in
 
 // The feedback is the ciphertext, known in full beforehand: many blocks at a time.
 void cfb_decrypt(const BlockCipher &cipher, const uint8_t *iv, const uint8_t *in, uint8_t *out, size_t len) {
-    SecretBytes<kBatchBlocks * kBlockSize> keystream;
+    Keystream keystream(len);
     uint8_t feedback[kBlockSize];
     memcpy(feedback, iv, kBlockSize);
     for (size_t done = 0; done < len;) {

@@ -17,7 +17,8 @@ while IFS= read -r file; do
 done < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/release/compile_commands.json | sort -u)
 [ "${#files[@]}" -gt 0 ] || fail "build/release/compile_commands.json names no source"
 
-# It counts the warnings that it does not show.
+# It counts the warnings that it does not show. The compiler that built may know a CPU feature that clang 14 does not.
 printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$jobs" clang-tidy-14 --quiet -p build/release \
+  --extra-arg=-UWBKIT_COMPILER_KNOWS_SHA \
   2> >(grep -v -E '^[0-9]+ warnings? generated' >&2)
 echo "${#files[@]} sources are clean."

@@ -8,6 +8,7 @@
 
 #include "aes/gcm.h"
 #include "folded_vectors.h"
+#include "support/forced_kernels.h"
 
 namespace {
 
@@ -95,13 +96,24 @@ std::optional<Bytes> through_gcm_kernel(const KernelRow &row, const GcmCall &cal
     return good ? std::optional(out) : std::nullopt;
 }
 
+// With the kernels of a set.
+GcmWay with_kernels(const char *names, const GcmWay &way) {
+    return [names, way](const GcmCall &call, bool opens, const Bytes &in) {
+        const test::ForcedKernels forced(names);
+        return way(call, opens, in);
+    };
+}
+
 class GcmVectors : public testing::TestWithParam<const char *> {};
 
 TEST_P(GcmVectors, EveryWay) {
     const FoldedVectors vectors(GetParam());
-    std::map<std::string, GcmWay> ways{{"composed", composed}};
-    if (std::string(GetParam()).rfind("aes", 0) == 0) {
-        ways["exported"] = exported;
+    std::map<std::string, GcmWay> ways;
+    for (const char *names : test::kKernelSets) {
+        ways[std::string("composed, ") + names] = with_kernels(names, composed);
+        if (std::string(GetParam()).rfind("aes", 0) == 0) {
+            ways[std::string("exported, ") + names] = with_kernels(names, exported);
+        }
     }
     for (const KernelRow &row : vectors.kernels()) {
         ways[row.name] = std::bind_front(through_gcm_kernel, row);

@@ -8,6 +8,7 @@
 
 #include "folded_vectors.h"
 #include "modes/stream.h"
+#include "support/forced_kernels.h"
 
 namespace {
 
@@ -55,8 +56,11 @@ TEST_P(StreamVectors, BothDirections) {
         const Bytes iv = each.bytes("iv");
         const Bytes text = each.bytes("msg");
         const Bytes encrypted = each.bytes("ct");
-        EXPECT_EQ(vectors.key(each).run(mode.encrypt, iv, text), encrypted);
-        EXPECT_EQ(vectors.key(each).run(mode.decrypt, iv, encrypted), text);
+        for (const char *names : test::kKernelSets) {
+            const test::ForcedKernels forced(names);
+            EXPECT_EQ(vectors.key(each).run(mode.encrypt, iv, text), encrypted) << names;
+            EXPECT_EQ(vectors.key(each).run(mode.decrypt, iv, encrypted), text) << names;
+        }
         const tb_entry entry = vectors.key(each).entry();
         for (const KernelRow &row : vectors.kernels()) {
             EXPECT_EQ(through_kernel(entry, row, mode.encrypt_blocks, iv, text), encrypted) << row.name;
