@@ -5,11 +5,20 @@
 #include "aes/shift_rows.h"
 #include "quen/aes.h"
 #include "quen/status.h"
+#include "support/cpu.h"
 
 namespace wbkit {
 namespace {
 
 constexpr KernelRow kKernels[] = {
+#if defined(__x86_64__)
+    {"vbmi", cpu_has_avx512_vbmi, aes_encrypt_blocks_vbmi},
+    {"avx2", cpu_has_avx2, aes_encrypt_blocks_avx2},
+    {"ssse3", cpu_has_ssse3, aes_encrypt_blocks_ssse3},
+#endif
+#if defined(__aarch64__)
+    {"neon", [] { return true; }, aes_encrypt_blocks_neon}, // in every CPU of the architecture
+#endif
     {"portable", [] { return true; }, aes_encrypt_blocks_portable},
 };
 

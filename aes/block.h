@@ -21,7 +21,11 @@ extern const CipherFamily kAes;
 // instruction set by target attributes on its functions, so that no function shared with others is compiled with it.
 std::span<const KernelRow> aes_kernels();
 
-// The definition, which all other kernels are compared with.
+// For one block, a kernel takes its best way through a single one: CFB encryption and OFB have no more to give.
+void aes_encrypt_blocks_ssse3(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+void aes_encrypt_blocks_avx2(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+void aes_encrypt_blocks_vbmi(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+void aes_encrypt_blocks_neon(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
 void aes_encrypt_blocks_portable(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
 
 // Rounds that go through the round tables.

@@ -86,6 +86,9 @@ add_library(wbkit_objects OBJECT
 # Kernels for instruction sets that the CPU may have; each asks for its own by attributes on its functions.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   target_sources(wbkit_objects PRIVATE
+    aes/block_avx2.cpp
+    aes/block_ssse3.cpp
+    aes/block_vbmi.cpp
     aes/ghash_pclmul.cpp
     aes/ghash_vpclmul.cpp
     hash/sha256_shani.cpp)
