@@ -91,7 +91,10 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     aes/block_vbmi.cpp
     aes/ghash_pclmul.cpp
     aes/ghash_vpclmul.cpp
-    hash/sha256_shani.cpp)
+    hash/sha256_shani.cpp
+    sm4/block_avx2.cpp
+    sm4/block_gfni.cpp
+    sm4/block_vbmi.cpp)
   include(CheckCXXSourceCompiles)
   check_cxx_source_compiles("int main() { return __builtin_cpu_supports(\"sha\"); }" WBKIT_COMPILER_KNOWS_SHA)
   if(WBKIT_COMPILER_KNOWS_SHA)

@@ -2,11 +2,20 @@
 
 #include "quen/sm4.h"
 #include "quen/status.h"
+#include "support/cpu.h"
 
 namespace wbkit {
 namespace {
 
 constexpr KernelRow kKernels[] = {
+#if defined(__x86_64__)
+    {"gfni", [] { return cpu_has_avx512_vbmi() && cpu_has_gfni(); }, sm4_encrypt_blocks_gfni},
+    {"vbmi", cpu_has_avx512_vbmi, sm4_encrypt_blocks_vbmi},
+    {"avx2", cpu_has_avx2, sm4_encrypt_blocks_avx2},
+#endif
+#if defined(__aarch64__)
+    {"neon", [] { return true; }, sm4_encrypt_blocks_neon}, // in every CPU of the architecture
+#endif
     {"portable", [] { return true; }, sm4_encrypt_blocks_portable},
 };
 

@@ -17,7 +17,10 @@ extern const CipherFamily kSm4;
 // target attributes on its functions.
 std::span<const KernelRow> sm4_kernels();
 
-// The definition, which all other kernels are compared with.
+void sm4_encrypt_blocks_avx2(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+void sm4_encrypt_blocks_vbmi(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
+void sm4_encrypt_blocks_gfni(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks); // and VBMI
+void sm4_encrypt_blocks_neon(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
 void sm4_encrypt_blocks_portable(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks);
 
 } // namespace wbkit
