@@ -103,7 +103,11 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
 endif()
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64|ARM64")
-  target_sources(wbkit_objects PRIVATE)
+  target_sources(wbkit_objects PRIVATE
+    aes/block_neon.cpp
+    aes/ghash_pmull.cpp
+    hash/sha256_arm.cpp
+    sm4/block_neon.cpp)
 endif()
 
 target_include_directories(wbkit_objects

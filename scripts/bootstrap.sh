@@ -4,6 +4,8 @@
 #
 #   scripts/bootstrap.sh run    what building and running takes
 #   scripts/bootstrap.sh test   that, and what the tests and checks take
+#   scripts/bootstrap.sh bench  what building, running and the benchmarks take
+#   scripts/bootstrap.sh cross  what building, and testing for ARM64 under emulation takes
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
@@ -21,15 +23,27 @@ tests:    libgtest-dev libgmock-dev junit5 openssl
 format:   clang-format-14
 lint:     clang-tidy-14
 '
+bench_packages='
+bench:    libbenchmark-dev
+'
+cross_packages='
+cross:    g++-aarch64-linux-gnu qemu-user
+arm64:    libprotobuf-c-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
+tests:    libgtest-dev:arm64 libgmock-dev:arm64
+'
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
 test_commands='openssl clang-format-14 clang-tidy-14'
 
+# A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {
-  local package
+  local package arch
   for package in "$@"; do
-    if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
-      printf '%s\n' "$package"
-    fi
+    case $package in
+      *:*) arch=${package#*:} ;;
+      *) arch=$(dpkg --print-architecture) ;;
+    esac
+    dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
+      grep -qxE "($arch|all) installed" || printf '%s\n' "$package"
   done
 }
 
@@ -60,6 +74,16 @@ install_packages() {
   apt_get install -y --no-install-recommends "$@"
 }
 
+# Packages of another architecture, named with it, are known once dpkg has been told of it.
+add_architectures() {
+  local package
+  for package in "$@"; do
+    case $package in
+      *:*) "${as_root[@]}" dpkg --add-architecture "${package#*:}" ;;
+    esac
+  done
+}
+
 use_packages() {
   local lacking
   mapfile -t lacking < <(lacking_packages "$@")
@@ -75,6 +99,7 @@ use_packages() {
   fi
   echo "Installing with ${as_root[*]:+sudo and }apt-get, which needs root rights because packages belong to the whole" \
     "machine: ${lacking[*]}"
+  add_architectures "${lacking[@]}"
   install_packages "${lacking[@]}"
 }
 
@@ -91,17 +116,23 @@ use_commands() {
 case ${1-} in
   run) groups=$run_packages commands=$run_commands ;;
   test) groups=$run_packages$test_packages commands="$run_commands $test_commands" ;;
-  *) fail "usage: bootstrap.sh run|test" ;;
+  bench) groups=$run_packages$bench_packages commands="$run_commands taskset" ;;
+  cross) groups=$run_packages$cross_packages commands="$run_commands aarch64-linux-gnu-g++ qemu-aarch64" ;;
+  *) fail "usage: bootstrap.sh run|test|bench|cross" ;;
 esac
 
 # What the machine says it is: "debian 12 Debian GNU/Linux 12 (bookworm)".
 # shellcheck disable=SC1091 # the machine's own file
 read -r id version system < <(. /etc/os-release 2>/dev/null && echo "${ID-?} ${VERSION_ID-?} ${PRETTY_NAME-}") || true
 system=${system:-an unknown system}
+case ${1-}-$id in
+  # Its servers have no packages of other architectures.
+  cross-ubuntu) system="$system, whose servers have no packages for ARM64" id=other ;;
+esac
 case $id-$version in
   debian-12 | ubuntu-24.04)
     # shellcheck disable=SC2046 # a list of words
-    use_packages $(cut -d: -f2 <<<"$groups")
+    use_packages $(cut -d: -f2- <<<"$groups")
     ;;
   *)
     # shellcheck disable=SC2086 # a list of words
