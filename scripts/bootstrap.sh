@@ -5,7 +5,7 @@
 #   scripts/bootstrap.sh run    what building and running takes
 #   scripts/bootstrap.sh test   that, and what the tests and checks take
 #   scripts/bootstrap.sh bench  what building, running and the benchmarks take
-#   scripts/bootstrap.sh cross  what building, and testing for ARM64 under emulation takes
+#   scripts/bootstrap.sh cross  what building, testing under emulation and estimating for ARM64 takes
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
@@ -28,6 +28,7 @@ bench:    libbenchmark-dev
 '
 cross_packages='
 cross:    g++-aarch64-linux-gnu qemu-user
+estimate: llvm-14 llvm-19
 arm64:    libprotobuf-c-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
 tests:    libgtest-dev:arm64 libgmock-dev:arm64
 '
