@@ -8,14 +8,12 @@
 // through a small ring in memory, two steps ahead of their addition, since a vector load has to wait if it follows the
 // scalar stores that it reads too closely. Loads and additions are written mingled, so that a processor always has both
 // at hand. A batch goes through a round with all its blocks before the next: the round's tables then stay in the cache.
-//
-// A single block is a chain of latencies. Its words go to registers directly.
 
 #include <immintrin.h>
 
 #include "aes/block.h"
+#include "aes/block_state.h"
 #include "aes/table_layout.h"
-#include "support/byte_order.h"
 #include "support/secret.h"
 
 #define WBKIT_INLINE inline __attribute__((always_inline))
@@ -23,19 +21,6 @@
 
 namespace wbkit {
 namespace {
-
-constexpr size_t kColumns = 4;
-constexpr size_t kRows = 4;
-
-// Where the state has a byte. A column is kept as the sum of its words stands in memory: row 3 first.
-constexpr size_t state_index(size_t column, size_t row) {
-    return kRows * column + 3 - row;
-}
-
-// Where ShiftRows takes a byte from.
-constexpr size_t shifted_index(size_t column, size_t row) {
-    return state_index((column + row) % kColumns, row);
-}
 
 // Takes the byte of `b` where that of `mask` has its highest bit set. The instruction itself, since of the intrinsic
 // GCC makes a comparison as well if a mask is used twice.
@@ -113,10 +98,6 @@ WBKIT_INLINE WBKIT_AVX2 __m256i low(const XorTable::Found &found) {
     return choose(found.nibbles, _mm256_srli_epi16(found.nibbles, 4), found.odd);
 }
 
-WBKIT_INLINE const uint8_t *entry_of(const uint8_t *round_tables, size_t column, size_t row, size_t byte) {
-    return round_tables + (kRows * column + row) * kAesPositionBytes + byte * kAesWordBytes;
-}
-
 // A batch goes step by step; a step is a round of two blocks.
 constexpr size_t kStepBlocks = 2;
 constexpr size_t kStepBytes = kStepBlocks * kBlockSize;
@@ -137,8 +118,7 @@ struct alignas(32) Batch {
 WBKIT_INLINE void load_column(const uint8_t *round_tables, const uint8_t *state, size_t column, Words &words) {
     for (size_t block = 0; block < kStepBlocks; ++block) {
         for (size_t row = 0; row < kRows; ++row) {
-            const size_t byte = state[block * kBlockSize + shifted_index(column, row)];
-            uint32_t word = load_le32(entry_of(round_tables, column, row, byte));
+            uint32_t word = load_word(round_tables, state + block * kBlockSize, kRows * column + row);
             asm volatile("" : "+r"(word)); // each on its own, and at this place among the additions
             words.of_row[row][block][column] = word;
         }
@@ -209,79 +189,14 @@ WBKIT_AVX2 void run_table_rounds(const tb_entry &key, size_t rounds, size_t step
     const size_t steps = enough < kFewestSteps ? kFewestSteps : enough;
     uint8_t *const state = batch.state;
     __builtin_memset(state + blocks * kBlockSize, 0, (steps * kStepBlocks - blocks) * kBlockSize);
-    for (size_t i = 0; i < blocks * kBlockSize; i += kRows) {
-        store_be32(state + i, load_le32(in + i));
-    }
+    begin_blocks(in, state, blocks);
     if (rounds != 0) {
         run_table_rounds(key, rounds, steps, batch);
     }
-    for (size_t i = 0; i < blocks * kBlockSize; i += kBlockSize) {
-        for (size_t column = 0; column < kColumns; ++column) {
-            for (size_t row = 0; row < kRows; ++row) {
-                const size_t position = kRows * column + row;
-                const size_t byte = state[i + shifted_index(column, row)];
-                out[i + position] = key.TboxesLast[position * kAesEntries + byte];
-            }
-        }
-    }
+    end_blocks(key.TboxesLast, state, out, blocks);
 }
 
-// A single block's state, in the order of shifted_index().
-struct State {
-    uint64_t lower;
-    uint64_t upper;
-
-    [[nodiscard]] WBKIT_INLINE uint8_t at(size_t index) const {
-        return static_cast<uint8_t>((index < 8 ? lower : upper) >> 8 * (index % 8));
-    }
-};
-
-// The words of one row, in both halves of the register.
-WBKIT_INLINE WBKIT_AVX2 __m256i load_words(const uint8_t *round_tables, const State &state, size_t row) {
-    __m256i word[kColumns];
-    for (size_t column = 0; column < kColumns; ++column) {
-        const size_t byte = state.at(shifted_index(column, row));
-        word[column] = _mm256_set1_epi32(static_cast<int32_t>(load_le32(entry_of(round_tables, column, row, byte))));
-    }
-    return _mm256_blend_epi32(_mm256_blend_epi32(word[0], word[1], 0x22), _mm256_blend_epi32(word[2], word[3], 0x88),
-                              0xcc);
-}
-
-// The lower half of a register works on the words' high nibbles, the upper half on the low ones.
-WBKIT_INLINE WBKIT_AVX2 State single_round(const XorTable &table, const uint8_t *round_tables, const State &state) {
-    const __m256i in_lower = _mm256_setr_epi32(4, 4, 4, 4, 0, 0, 0, 0);
-    const __m256i in_upper = _mm256_setr_epi32(0, 0, 0, 0, 4, 4, 4, 4);
-    __m256i words[kRows];
-    for (size_t row = 0; row < kRows; ++row) {
-        const __m256i loaded = load_words(round_tables, state, row);
-        words[row] = row % 2 == 0 ? _mm256_sllv_epi32(loaded, in_upper) : _mm256_srlv_epi32(loaded, in_lower);
-    }
-    const __m256i first = high(table.look_up(words[0], low_nibbles(words[1])));
-    const __m256i second = low(table.look_up(words[2], low_nibbles(words[3])));
-    const Found found = table.look_up(first, low_nibbles(second));
-    const __m256i sums =
-        choose(_mm256_sllv_epi32(found.nibbles, in_lower), _mm256_srlv_epi32(found.nibbles, in_upper), found.odd);
-    const __m128i joined = _mm256_castsi256_si128(join(sums, _mm256_permute4x64_epi64(sums, 0x4e)));
-    return {static_cast<uint64_t>(_mm_cvtsi128_si64(joined)), static_cast<uint64_t>(_mm_extract_epi64(joined, 1))};
-}
-
-[[gnu::noinline]] WBKIT_AVX2 void encrypt_single(const tb_entry &key, const uint8_t *in, uint8_t *out) {
-    const XorTable table(key.Xor);
-    const auto rounds = static_cast<size_t>(aes_table_rounds(key.Nr));
-    State state = {uint64_t{load_be32(in + 4)} << 32 | load_be32(in),
-                   uint64_t{load_be32(in + 12)} << 32 | load_be32(in + 8)};
-    for (size_t round = 0; round < rounds; ++round) {
-        state = single_round(table, key.Tyboxes + round * kAesRoundBytes, state);
-    }
-    for (size_t column = 0; column < kColumns; ++column) {
-        for (size_t row = 0; row < kRows; ++row) {
-            const size_t position = kRows * column + row;
-            out[position] = key.TboxesLast[position * kAesEntries + state.at(shifted_index(column, row))];
-        }
-    }
-}
-
-constexpr size_t kMostSingles = 2; // from more blocks on, a batch is faster
+constexpr size_t kMostSingles = 2; // so few are left to the portable kernel, which is faster with them
 constexpr size_t kMostBatched = kMostSteps * kStepBlocks;
 
 // Returns how many blocks are left over.
@@ -302,11 +217,11 @@ constexpr size_t kMostBatched = kMostSteps * kStepBlocks;
 } // namespace
 
 void aes_encrypt_blocks_avx2(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
-    const size_t singles = blocks > kMostSingles ? encrypt_batches(key, in, out, blocks) : blocks;
-    for (size_t block = blocks - singles; block < blocks; ++block) {
-        encrypt_single(key, in + block * kBlockSize, out + block * kBlockSize);
+    const size_t left = blocks > kMostSingles ? encrypt_batches(key, in, out, blocks) : blocks;
+    const size_t done = (blocks - left) * kBlockSize;
+    if (left != 0) {
+        aes_encrypt_blocks_portable(key, in + done, out + done, left);
     }
-    wipe_stack();
 }
 
 } // namespace wbkit

@@ -13,8 +13,8 @@
 #include <tmmintrin.h>
 
 #include "aes/block.h"
+#include "aes/block_state.h"
 #include "aes/table_layout.h"
-#include "support/byte_order.h"
 #include "support/secret.h"
 
 #define WBKIT_INLINE inline __attribute__((always_inline))
@@ -22,19 +22,6 @@
 
 namespace wbkit {
 namespace {
-
-constexpr size_t kColumns = 4;
-constexpr size_t kRows = 4;
-
-// Where the state has a byte. A column is kept as the sum of its words stands in memory: row 3 first.
-constexpr size_t state_index(size_t column, size_t row) {
-    return kRows * column + 3 - row;
-}
-
-// Where ShiftRows takes a byte from.
-constexpr size_t shifted_index(size_t column, size_t row) {
-    return state_index((column + row) % kColumns, row);
-}
 
 WBKIT_INLINE WBKIT_SSSE3 __m128i low_nibbles(__m128i bytes) {
     return _mm_and_si128(bytes, _mm_set1_epi8(15));
@@ -108,10 +95,6 @@ WBKIT_INLINE WBKIT_SSSE3 Found add_low(const XorTable &table, __m128i first, __m
     return table.look_up(join(_mm_slli_epi16(first, 4), second));
 }
 
-WBKIT_INLINE const uint8_t *entry_of(const uint8_t *round_tables, size_t column, size_t row, size_t byte) {
-    return round_tables + (kRows * column + row) * kAesPositionBytes + byte * kAesWordBytes;
-}
-
 // A batch goes step by step; a step is a round of one block.
 constexpr size_t kMostSteps = 128;
 constexpr size_t kFewestSteps = 3; // so that the state is there when the words of its next round are loaded
@@ -129,7 +112,7 @@ struct alignas(16) Batch {
 
 WBKIT_INLINE void load_column(const uint8_t *round_tables, const uint8_t *state, size_t column, Words &words) {
     for (size_t row = 0; row < kRows; ++row) {
-        uint32_t word = load_le32(entry_of(round_tables, column, row, state[shifted_index(column, row)]));
+        uint32_t word = load_word(round_tables, state, kRows * column + row);
         asm volatile("" : "+r"(word)); // each on its own, and at this place among the additions
         words.of_row[row][column] = word;
     }
@@ -187,21 +170,11 @@ WBKIT_SSSE3 void run_table_rounds(const tb_entry &key, size_t rounds, size_t ste
 [[gnu::noinline]] WBKIT_SSSE3 void encrypt_batch(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks,
                                                  Batch &batch) {
     const auto rounds = static_cast<size_t>(aes_table_rounds(key.Nr));
-    for (size_t i = 0; i < blocks * kBlockSize; i += kRows) {
-        store_be32(batch.state + i, load_le32(in + i));
-    }
+    begin_blocks(in, batch.state, blocks);
     if (rounds != 0) {
         run_table_rounds(key, rounds, blocks, batch);
     }
-    for (size_t i = 0; i < blocks * kBlockSize; i += kBlockSize) {
-        for (size_t column = 0; column < kColumns; ++column) {
-            for (size_t row = 0; row < kRows; ++row) {
-                const size_t position = kRows * column + row;
-                const size_t byte = batch.state[i + shifted_index(column, row)];
-                out[i + position] = key.TboxesLast[position * kAesEntries + byte];
-            }
-        }
-    }
+    end_blocks(key.TboxesLast, batch.state, out, blocks);
 }
 
 constexpr size_t kMostSingles = 2; // so few are left to the portable kernel, which is faster with them
@@ -227,8 +200,9 @@ static_assert(kMostSingles + 1 >= kFewestSteps);
 void aes_encrypt_blocks_ssse3(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
     const size_t left = blocks > kMostSingles ? encrypt_batches(key, in, out, blocks) : blocks;
     const size_t done = (blocks - left) * kBlockSize;
-    aes_encrypt_blocks_portable(key, in + done, out + done, left);
-    wipe_stack();
+    if (left != 0) {
+        aes_encrypt_blocks_portable(key, in + done, out + done, left);
+    }
 }
 
 } // namespace wbkit

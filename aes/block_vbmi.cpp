@@ -17,7 +17,7 @@
 #include <immintrin.h>
 #include <string.h>
 
-#include "aes/shift_rows.h"
+#include "aes/block_state.h"
 #include "aes/table_layout.h"
 #include "support/secret.h"
 
@@ -74,20 +74,10 @@ WBKIT_INLINE __m512i add_both(const XorTable &first, __m512i first_index, const 
 
 // ---- Few blocks
 
-// States lie in memory with the bytes of each column backwards, as the words have them.
-constexpr size_t kBackwards = 3;
-
-WBKIT_INLINE int load_word(const uint8_t *tables, const uint8_t *state, size_t position) {
-    int word = 0;
-    memcpy(&word, tables + position * kAesPositionBytes + state[kShiftRows[position] ^ kBackwards] * kAesWordBytes,
-           kAesWordBytes);
-    return word;
-}
-
 // The words that one row of the state adds to the four columns.
 WBKIT_INLINE __m128i load_row(const uint8_t *tables, const uint8_t *state, size_t row) {
-    return _mm_setr_epi32(load_word(tables, state, row), load_word(tables, state, row + 4),
-                          load_word(tables, state, row + 8), load_word(tables, state, row + 12));
+    const auto word = [&](size_t column) { return static_cast<int>(load_word(tables, state, column * kRows + row)); };
+    return _mm_setr_epi32(word(0), word(1), word(2), word(3));
 }
 
 WBKIT_INLINE __m256i load_row_of_two(const uint8_t *tables, const uint8_t *states, size_t row) {
@@ -109,32 +99,37 @@ WBKIT_INLINE __m512i add_words(const XorTable &table, __m512i w0, __m512i w1, __
     return add_both(table, high, table, low);
 }
 
-WBKIT_INLINE void begin_block(const uint8_t *in, uint8_t *state) {
-    for (size_t i = 0; i < kBlockSize; ++i) {
-        state[i ^ kBackwards] = in[i];
-    }
-}
+// A single block waits for its state in every round, so that it stays in registers.
+struct State {
+    uint64_t half[2];
 
-WBKIT_INLINE void end_block(const uint8_t *tables, const uint8_t *state, uint8_t *out) {
-    for (size_t position = 0; position < kBlockSize; ++position) {
-        out[position] = tables[position * kAesEntries + state[kShiftRows[position] ^ kBackwards]];
-    }
+    [[nodiscard]] uint8_t at(size_t index) const { return static_cast<uint8_t>(half[index / 8] >> 8 * (index % 8)); }
+};
+
+WBKIT_INLINE __m512i load_row(const uint8_t *tables, const State &state, size_t row) {
+    const auto word = [&](size_t column) {
+        const size_t position = column * kRows + row;
+        const size_t byte = state.at(shifted_index(position));
+        return static_cast<int>(load_le32(tables + position * kAesPositionBytes + byte * kAesWordBytes));
+    };
+    return _mm512_castsi128_si512(_mm_setr_epi32(word(0), word(1), word(2), word(3)));
 }
 
 [[gnu::noinline]] WBKIT_TARGET void encrypt_one(const tb_entry &key, const uint8_t *in, uint8_t *out) {
     const XorTable table = load_xor_table(key.Xor);
-    alignas(kBlockSize) uint8_t state[kBlockSize];
-    begin_block(in, state);
+    State state = {
+        {uint64_t{load_be32(in + 4)} << 32 | load_be32(in), uint64_t{load_be32(in + 12)} << 32 | load_be32(in + 8)}};
     const uint8_t *tables = key.Tyboxes;
     for (int32_t left = aes_table_rounds(key.Nr); left > 0; --left) {
-        const __m512i sums = add_words(table, _mm512_castsi128_si512(load_row(tables, state, 0)),
-                                       _mm512_castsi128_si512(load_row(tables, state, 1)),
-                                       _mm512_castsi128_si512(load_row(tables, state, 2)),
-                                       _mm512_castsi128_si512(load_row(tables, state, 3)));
-        _mm_store_si128(reinterpret_cast<__m128i *>(state), _mm512_castsi512_si128(sums));
+        const __m128i sums =
+            _mm512_castsi512_si128(add_words(table, load_row(tables, state, 0), load_row(tables, state, 1),
+                                             load_row(tables, state, 2), load_row(tables, state, 3)));
+        state = {{static_cast<uint64_t>(_mm_cvtsi128_si64(sums)), static_cast<uint64_t>(_mm_extract_epi64(sums, 1))}};
         tables += kAesRoundBytes;
     }
-    end_block(key.TboxesLast, state, out);
+    for (size_t position = 0; position < kBlockSize; ++position) {
+        out[position] = key.TboxesLast[position * kAesEntries + state.at(shifted_index(position))];
+    }
 }
 
 // They go through a round together: the chains of several registers overlap, and a round's tables stay in the cache.
@@ -143,9 +138,7 @@ constexpr size_t kTogether = 32;
 [[gnu::noinline]] WBKIT_TARGET void encrypt_together(const tb_entry &key, const uint8_t *in, uint8_t *out,
                                                      size_t blocks, uint8_t *states) {
     const XorTable table = load_xor_table(key.Xor);
-    for (size_t i = 0; i < blocks * kBlockSize; i += kBlockSize) {
-        begin_block(in + i, states + i);
-    }
+    begin_blocks(in, states, blocks);
     const uint8_t *tables = key.Tyboxes;
     for (int32_t left = aes_table_rounds(key.Nr); left > 0; --left) {
         for (size_t i = 0; i < blocks * kBlockSize; i += kVector) {
@@ -155,9 +148,7 @@ constexpr size_t kTogether = 32;
         }
         tables += kAesRoundBytes;
     }
-    for (size_t i = 0; i < blocks * kBlockSize; i += kBlockSize) {
-        end_block(key.TboxesLast, states + i, out + i);
-    }
+    end_blocks(key.TboxesLast, states, out, blocks);
 }
 
 void encrypt_few(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {

@@ -17,14 +17,49 @@
 namespace wbkit {
 namespace {
 
-// The encryption of a block of zeros.
-class HashSubkey {
+// What GCM encrypts to begin with: zeros, which make the hash subkey, the pre-counter block J0, which makes the tag's
+// mask, and the counter blocks of a message that is short enough for the rest of one call of the kernel.
+class FirstBlocks {
   public:
-    explicit HashSubkey(const BlockCipher &cipher) { cipher.encrypt(h_.data(), h_.data(), 1); }
-    [[nodiscard]] const uint8_t *data() const { return h_.data(); }
+    static constexpr size_t kLongestText = 14 * kBlockSize;
+
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): what is used is written first; more would cost time
+    explicit FirstBlocks(size_t text_len) : count_(2 + (text_len <= kLongestText ? blocks_of(text_len) : 0)) {
+        memset(h(), 0, kBlockSize);
+    }
+    ~FirstBlocks() { wipe(bytes_, count_ * kBlockSize); }
+    FirstBlocks(const FirstBlocks &) = delete;
+    FirstBlocks &operator=(const FirstBlocks &) = delete;
+    FirstBlocks(FirstBlocks &&) = delete;
+    FirstBlocks &operator=(FirstBlocks &&) = delete;
+
+    [[nodiscard]] uint8_t *h() { return bytes_; }
+    [[nodiscard]] uint8_t *mask() { return bytes_ + kBlockSize; }
+    // That of the whole text, if it is short.
+    [[nodiscard]] bool has_keystream() const { return count_ != 2; }
+    [[nodiscard]] uint8_t *keystream() { return bytes_ + 2 * kBlockSize; }
+
+    // J0, as long as nothing is encrypted. Only an IV that is hashed for it needs the subkey beforehand.
+    const uint8_t *make_j0(const BlockCipher &cipher, const GcmContext &context) {
+        if (context.iv_len != kPlainIvLen) {
+            cipher.encrypt(h(), h(), 1);
+            has_subkey_ = true;
+        }
+        prepare_j0(context.iv, context.iv_len, h(), mask());
+        return mask();
+    }
+
+    // Leaves the counter behind J0 and the counter blocks here.
+    void encrypt(const BlockCipher &cipher, CounterBlock &counter) {
+        counter.write(mask(), count_ - 1);
+        uint8_t *from = has_subkey_ ? mask() : h();
+        cipher.encrypt(from, from, has_subkey_ ? count_ - 1 : count_);
+    }
 
   private:
-    SecretBytes<kBlockSize> h_;
+    size_t count_;
+    bool has_subkey_ = false;
+    alignas(16) uint8_t bytes_[2 * kBlockSize + kLongestText];
 };
 
 // Text and ciphertext go together through the first-level cache.
@@ -47,50 +82,55 @@ const uint8_t *safe_input(const uint8_t *in, uint8_t *out, size_t len) {
 // One message under way: the additional data is absorbed, the text comes.
 class Gcm {
   public:
-    Gcm(const BlockCipher &cipher, const GcmContext &context) : Gcm(cipher, context, HashSubkey(cipher)) {}
+    Gcm(const BlockCipher &cipher, const GcmContext &context, size_t text_len)
+        : cipher_(cipher), aad_len_(context.aad_len), first_(text_len), counter_(first_.make_j0(cipher, context)),
+          hash_(encrypt_first()) {
+        hash_.absorb(context.aad, context.aad_len);
+    }
 
     // Absorbs the ciphertext, too.
     void encrypt(const uint8_t *in, uint8_t *out, size_t len) {
         in = safe_input(in, out, len);
-        for (size_t done = 0; done < len; done += kPieceSize) {
-            const size_t piece = std::min(kPieceSize, len - done);
-            ctr_crypt(cipher_, counter_, in + done, out + done, piece);
-            hash_.absorb(out + done, piece);
+        size_t done = 0;
+        for (; len - done > kPieceSize; done += kPieceSize) {
+            crypt(in + done, out + done, kPieceSize);
+            hash_.absorb(out + done, kPieceSize);
         }
+        crypt(in + done, out + done, len - done);
+        hash_.absorb_last(out + done, len - done, aad_len_, len);
     }
 
-    void absorb(const uint8_t *ciphertext, size_t len) { hash_.absorb(ciphertext, len); }
+    void absorb(const uint8_t *ciphertext, size_t len) { hash_.absorb_last(ciphertext, len, aad_len_, len); }
 
-    void decrypt(const uint8_t *in, uint8_t *out, size_t len) {
-        ctr_crypt(cipher_, counter_, safe_input(in, out, len), out, len);
-    }
+    void decrypt(const uint8_t *in, uint8_t *out, size_t len) { crypt(safe_input(in, out, len), out, len); }
 
-    // When the whole ciphertext is absorbed.
-    void make_tag(size_t len, uint8_t *tag) {
-        hash_.absorb_lengths(aad_len_, len);
+    // When the ciphertext is absorbed.
+    void make_tag(uint8_t *tag) {
         SecretBytes<kBlockSize> sum;
         hash_.finish(sum.data());
-        ctr_crypt(cipher_, tag_counter_.data(), sum.data(), tag, kBlockSize);
+        xor_keystream(tag, sum.data(), first_.mask(), kBlockSize);
     }
 
   private:
-    Gcm(const BlockCipher &cipher, const GcmContext &context, const HashSubkey &h)
-        : hash_(h.data()), cipher_(cipher), aad_len_(context.aad_len), counter_(make_j0(context, h)) {
-        counter_.write(tag_counter_.data(), 1); // the text begins with the next
-        hash_.absorb(context.aad, context.aad_len);
+    const uint8_t *encrypt_first() {
+        first_.encrypt(cipher_, counter_);
+        return first_.h();
     }
 
-    const uint8_t *make_j0(const GcmContext &context, const HashSubkey &h) {
-        prepare_j0(context.iv, context.iv_len, h.data(), tag_counter_.data());
-        return tag_counter_.data();
+    // The next `len` bytes.
+    void crypt(const uint8_t *in, uint8_t *out, size_t len) {
+        if (first_.has_keystream()) {
+            xor_keystream(out, in, first_.keystream(), len);
+        } else {
+            ctr_crypt(cipher_, counter_, in, out, len);
+        }
     }
 
-    Ghash hash_;
     const BlockCipher &cipher_;
     uint64_t aad_len_;
-    // With an IV of which it was hashed, J0 tells the hash subkey: a secret.
-    SecretBytes<kBlockSize> tag_counter_;
+    FirstBlocks first_;
     CounterBlock counter_;
+    Ghash hash_;
 };
 
 // Both directions name the encryption: intended.
@@ -116,17 +156,17 @@ int32_t check_lengths(const GcmContext &context, uint64_t len) {
 
 void gcm_encrypt(const BlockCipher &cipher, const GcmContext &context, const uint8_t *in, uint8_t *out, size_t len,
                  uint8_t tag[16]) {
-    Gcm gcm(cipher, context);
+    Gcm gcm(cipher, context, len);
     gcm.encrypt(in, out, len);
-    gcm.make_tag(len, tag);
+    gcm.make_tag(tag);
 }
 
 bool gcm_decrypt(const BlockCipher &cipher, const GcmContext &context, const uint8_t *in, uint8_t *out, size_t len,
                  const uint8_t *tag, size_t tag_len) {
-    Gcm gcm(cipher, context);
+    Gcm gcm(cipher, context, len);
     SecretBytes<kGcmTagSize> expected;
     gcm.absorb(in, len);
-    gcm.make_tag(len, expected.data());
+    gcm.make_tag(expected.data());
     if (!equal_in_constant_time(expected.data(), tag, tag_len)) {
         if (len != 0) {
             memset(out, 0, len);

@@ -22,8 +22,7 @@ int32_t create_gcm_tag(const CipherFamily &family, const char *op, KeySource &ke
     }
     Ghash hash(input.h);
     hash.absorb(input.aad, input.aad_len);
-    hash.absorb(input.ciphertext, input.ciphertext_len);
-    hash.absorb_lengths(input.aad_len, input.ciphertext_len);
+    hash.absorb_last(input.ciphertext, input.ciphertext_len, input.aad_len, input.ciphertext_len);
     SecretBytes<kBlockSize> sum;
     hash.finish(sum.data());
     // The mode alone: the whole operation takes a scratch buffer and could run out of memory.

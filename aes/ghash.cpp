@@ -32,11 +32,19 @@ void Ghash::absorb(const uint8_t *data, uint64_t len) {
     }
 }
 
-void Ghash::absorb_lengths(uint64_t first, uint64_t second) {
-    uint8_t lengths[kBlockSize];
+void Ghash::absorb_last(const uint8_t *data, uint64_t len, uint64_t first, uint64_t second) {
+    // A block that is partial, or the only one, goes with the lengths: that saves a call of the kernel.
+    const auto tail = static_cast<size_t>(len <= kBlockSize ? len : len % kBlockSize);
+    SecretBytes<2 * kBlockSize> last;
+    uint8_t *lengths = last.data();
+    if (tail != 0) {
+        memcpy(last.data(), data + (len - tail), tail);
+        lengths += kBlockSize;
+    }
     store_be64(lengths, first * 8);
     store_be64(lengths + 8, second * 8);
-    kernel_(state_, lengths, 1);
+    absorb(data, len - tail);
+    kernel_(state_, last.data(), tail != 0 ? 2 : 1);
 }
 
 void Ghash::finish(uint8_t y[16]) const {
@@ -44,15 +52,13 @@ void Ghash::finish(uint8_t y[16]) const {
 }
 
 void prepare_j0(const uint8_t *iv, uint64_t iv_len, const uint8_t h[16], uint8_t j0[16]) {
-    constexpr size_t kRecommendedLen = 12;
-    if (iv_len == kRecommendedLen) {
-        memcpy(j0, iv, kRecommendedLen);
-        store_be32(j0 + kRecommendedLen, 1);
+    if (iv_len == kPlainIvLen) {
+        memcpy(j0, iv, kPlainIvLen);
+        store_be32(j0 + kPlainIvLen, 1);
         return;
     }
     Ghash hash(h);
-    hash.absorb(iv, iv_len);
-    hash.absorb_lengths(0, iv_len);
+    hash.absorb_last(iv, iv_len, 0, iv_len);
     hash.finish(j0);
 }
 

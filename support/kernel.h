@@ -1,47 +1,58 @@
 // How the fastest of several ways to do one thing is chosen.
 #pragma once
 
+#include <stddef.h>
+
 #include <span>
 
 #ifdef WBKIT_FORCED_KERNELS
 #include <stdlib.h>
-#include <string.h>
 #endif
 
 namespace wbkit {
 
+// In builds with tests: WBKIT_KERNELS, names with commas between them. Null without it.
 #ifdef WBKIT_FORCED_KERNELS
-// In builds with tests: whether WBKIT_KERNELS, names with commas between them, has this one.
-inline bool is_forced(const char *name) {
-    const char *list = getenv("WBKIT_KERNELS"); // NOLINT(concurrency-mt-unsafe): set before the program begins
-    const size_t len = strlen(name);
-    while (list != nullptr && *list != '\0') {
-        const size_t item = strcspn(list, ",");
-        if (item == len && memcmp(list, name, len) == 0) {
+inline const char *forced_kernels() {
+    return getenv("WBKIT_KERNELS"); // NOLINT(concurrency-mt-unsafe): set before the program begins
+}
+#else
+constexpr const char *forced_kernels() {
+    return nullptr;
+}
+#endif
+
+// Written out, since benchmarks measure short calls with forced kernels.
+constexpr bool is_listed(const char *list, const char *name) {
+    while (*list != '\0') {
+        size_t i = 0;
+        while (name[i] != '\0' && list[i] == name[i]) {
+            ++i;
+        }
+        if (name[i] == '\0' && (list[i] == ',' || list[i] == '\0')) {
             return true;
         }
-        list += item + (list[item] == ',' ? 1 : 0);
+        while (list[i] != ',' && list[i] != '\0') {
+            ++i;
+        }
+        list += list[i] == ',' ? i + 1 : i;
     }
     return false;
 }
-#else
-constexpr bool is_forced(const char * /*name*/) {
-    return false;
-}
-#endif
 
 // A row has a `name` and says by `usable()` whether the CPU that runs can use it. The first usable row wins, unless
 // another usable one is forced; the last row of every table is usable everywhere. Asked when an operation starts:
 // nothing is remembered between calls.
 template <typename Row>
 const Row &choose_row(std::span<const Row> rows) {
+    const char *const forced = forced_kernels();
     const Row *best = &rows.back();
     bool found = false;
     for (const Row &row : rows) {
         if (!row.usable()) {
             continue;
         }
-        if (is_forced(row.name)) {
+        if (forced != nullptr && is_listed(forced, row.name)) {
             return row;
         }
         if (!found) {

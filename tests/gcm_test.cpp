@@ -235,7 +235,7 @@ TEST_F(Gcm, IsOpenSslsForAnyLength) {
         size_t aad;
     };
     std::vector<Lengths> lengths{{0, 12, 0}};
-    for (const size_t len : {0U, 1U, 15U, 16U, 17U, 40U, 1023U, 1024U, 1025U, 3000U}) {
+    for (const size_t len : {0U, 1U, 15U, 16U, 17U, 40U, 223U, 224U, 225U, 1023U, 1024U, 1025U, 3000U}) {
         lengths.insert(lengths.end(), {{len, 12, 20}, {len, 16, 0}, {33, 12, len}});
     }
     for (const size_t len : {1U, 11U, 13U, 15U, 17U, 32U, 127U, 128U}) { // OpenSSL takes no longer IV, and no empty one
