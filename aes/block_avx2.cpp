@@ -10,38 +10,41 @@
 // at hand. A batch goes through a round with all its blocks before the next: the round's tables then stay in the cache.
 
 #include <immintrin.h>
+#include <string.h>
+
+#include <algorithm>
 
 #include "aes/block.h"
 #include "aes/block_state.h"
 #include "aes/table_layout.h"
 #include "support/secret.h"
 
-#define WBKIT_INLINE inline __attribute__((always_inline))
-#define WBKIT_AVX2 __attribute__((target("avx2")))
+#define WBKIT_TARGET "avx2"
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
 
 // Takes the byte of `b` where that of `mask` has its highest bit set. The instruction itself, since of the intrinsic
 // GCC makes a comparison as well if a mask is used twice.
-WBKIT_INLINE WBKIT_AVX2 __m256i choose(__m256i a, __m256i b, __m256i mask) {
+WBKIT_INLINE __m256i choose(__m256i a, __m256i b, __m256i mask) {
     __m256i chosen;
     asm("vpblendvb %3, %2, %1, %0" : "=x"(chosen) : "x"(a), "x"(b), "x"(mask));
     return chosen;
 }
 
-WBKIT_INLINE WBKIT_AVX2 __m256i twice(__m256i bytes) {
+WBKIT_INLINE __m256i twice(__m256i bytes) {
     __m256i sum = _mm256_add_epi8(bytes, bytes);
     asm("" : "+x"(sum)); // or Clang makes a shift and a mask of two such sums
     return sum;
 }
 
-WBKIT_INLINE WBKIT_AVX2 __m256i low_nibbles(__m256i bytes) {
+WBKIT_INLINE __m256i low_nibbles(__m256i bytes) {
     return _mm256_and_si256(bytes, _mm256_set1_epi8(15));
 }
 
 // The high nibbles of `high` and the low nibbles of `low`.
-WBKIT_INLINE WBKIT_AVX2 __m256i join(__m256i high, __m256i low) {
+WBKIT_INLINE __m256i join(__m256i high, __m256i low) {
     return _mm256_or_si256(_mm256_andnot_si256(_mm256_set1_epi8(15), high), low_nibbles(low));
 }
 
@@ -53,7 +56,7 @@ class XorTable {
         __m256i odd;
     };
 
-    WBKIT_INLINE WBKIT_AVX2 explicit XorTable(const uint8_t *entries) {
+    WBKIT_INLINE explicit XorTable(const uint8_t *entries) {
         for (size_t i = 0; i < 4; ++i) {
             lower_[i] = load_rows(entries + i * 32);
             differences_[i] = _mm256_xor_si256(lower_[i], load_rows(entries + (i + 4) * 32));
@@ -61,7 +64,7 @@ class XorTable {
     }
 
     // The first index is the high nibble of the bytes of `first`, whose low one does not matter; `second` is below 16.
-    [[nodiscard]] WBKIT_INLINE WBKIT_AVX2 Found look_up(__m256i first, __m256i second) const {
+    [[nodiscard]] WBKIT_INLINE Found look_up(__m256i first, __m256i second) const {
         // A shuffle finds 0 where the highest bit of its index is set: no difference.
         __m256i if_upper = _mm256_or_si256(second, _mm256_andnot_si256(first, _mm256_set1_epi8(-128)));
         const __m256i bit2 = twice(first);
@@ -74,15 +77,15 @@ class XorTable {
     }
 
   private:
-    WBKIT_INLINE WBKIT_AVX2 static __m256i load_rows(const uint8_t *entries) {
+    WBKIT_INLINE static __m256i load_rows(const uint8_t *entries) {
         __m128i even;
         __m128i odd;
-        __builtin_memcpy(&even, entries, sizeof even);
-        __builtin_memcpy(&odd, entries + 16, sizeof odd);
+        memcpy(&even, entries, sizeof even);
+        memcpy(&odd, entries + 16, sizeof odd);
         return _mm256_broadcastsi128_si256(_mm_or_si128(even, _mm_slli_epi16(odd, 4)));
     }
 
-    [[nodiscard]] WBKIT_INLINE WBKIT_AVX2 __m256i shuffle(size_t i, __m256i second, __m256i if_upper) const {
+    [[nodiscard]] WBKIT_INLINE __m256i shuffle(size_t i, __m256i second, __m256i if_upper) const {
         return _mm256_xor_si256(_mm256_shuffle_epi8(lower_[i], second), _mm256_shuffle_epi8(differences_[i], if_upper));
     }
 
@@ -91,17 +94,17 @@ class XorTable {
 };
 
 // What was found as the high or as the low nibbles of bytes, whose other nibbles hold anything.
-WBKIT_INLINE WBKIT_AVX2 __m256i high(const XorTable::Found &found) {
+WBKIT_INLINE __m256i high(const XorTable::Found &found) {
     return choose(_mm256_slli_epi16(found.nibbles, 4), found.nibbles, found.odd);
 }
-WBKIT_INLINE WBKIT_AVX2 __m256i low(const XorTable::Found &found) {
+WBKIT_INLINE __m256i low(const XorTable::Found &found) {
     return choose(found.nibbles, _mm256_srli_epi16(found.nibbles, 4), found.odd);
 }
 
 // A batch goes step by step; a step is a round of two blocks.
 constexpr size_t kStepBlocks = 2;
 constexpr size_t kStepBytes = kStepBlocks * kBlockSize;
-constexpr size_t kMostSteps = 64;
+constexpr size_t kMostBatched = 128;
 constexpr size_t kFewestSteps = 3; // so that the state is there when the words of its next round are loaded
 constexpr size_t kAhead = 2;
 constexpr size_t kSlots = 4;
@@ -111,7 +114,7 @@ struct alignas(32) Words {
 };
 
 struct alignas(32) Batch {
-    uint8_t state[kMostSteps * kStepBytes];
+    uint8_t state[kMostBatched * kBlockSize];
     Words ring[kSlots];
 };
 
@@ -125,23 +128,23 @@ WBKIT_INLINE void load_column(const uint8_t *round_tables, const uint8_t *state,
     }
 }
 
-WBKIT_INLINE WBKIT_AVX2 __m256i row_of(const Words &words, size_t row) {
+WBKIT_INLINE __m256i row_of(const Words &words, size_t row) {
     return _mm256_load_si256(reinterpret_cast<const __m256i *>(words.of_row[row]));
 }
 
 using Found = XorTable::Found;
 
 // The sums of two rows of words, nibble by nibble: of the words' high nibbles or of their low ones.
-WBKIT_INLINE WBKIT_AVX2 Found add_high(const XorTable &table, const Words &words, size_t row) {
+WBKIT_INLINE Found add_high(const XorTable &table, const Words &words, size_t row) {
     return table.look_up(row_of(words, row), low_nibbles(_mm256_srli_epi16(row_of(words, row + 1), 4)));
 }
-WBKIT_INLINE WBKIT_AVX2 Found add_low(const XorTable &table, const Words &words, size_t row) {
+WBKIT_INLINE Found add_low(const XorTable &table, const Words &words, size_t row) {
     return table.look_up(_mm256_slli_epi16(row_of(words, row), 4), low_nibbles(row_of(words, row + 1)));
 }
 
 // Adds `words` and, in between, loads the words that follow.
-WBKIT_INLINE WBKIT_AVX2 __m256i step(const XorTable &table, const Words &words, const uint8_t *next_tables,
-                                     const uint8_t *next_state, Words &next_words) {
+WBKIT_INLINE __m256i step(const XorTable &table, const Words &words, const uint8_t *next_tables,
+                          const uint8_t *next_state, Words &next_words) {
     __m256i first = high(add_high(table, words, 0));
     load_column(next_tables, next_state, 0, next_words);
     __m256i high_sums = high(table.look_up(first, low_nibbles(low(add_high(table, words, 2)))));
@@ -156,7 +159,7 @@ WBKIT_INLINE WBKIT_AVX2 __m256i step(const XorTable &table, const Words &words, 
     return join(high_sums, low_sums);
 }
 
-WBKIT_AVX2 void run_table_rounds(const tb_entry &key, size_t rounds, size_t steps, Batch &batch) {
+WBKIT_INLINE void run_table_rounds(const tb_entry &key, size_t rounds, size_t steps, Batch &batch) {
     const XorTable table(key.Xor);
     const uint8_t *const last_tables = key.Tyboxes + (rounds - 1) * kAesRoundBytes;
     const uint8_t *next_tables = key.Tyboxes;
@@ -182,13 +185,11 @@ WBKIT_AVX2 void run_table_rounds(const tb_entry &key, size_t rounds, size_t step
     }
 }
 
-[[gnu::noinline]] WBKIT_AVX2 void encrypt_batch(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks,
-                                                Batch &batch) {
+WBKIT_OUTLINE void encrypt_batch(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks, Batch &batch) {
     const auto rounds = static_cast<size_t>(aes_table_rounds(key.Nr));
-    const size_t enough = (blocks + kStepBlocks - 1) / kStepBlocks;
-    const size_t steps = enough < kFewestSteps ? kFewestSteps : enough;
+    const size_t steps = std::max((blocks + kStepBlocks - 1) / kStepBlocks, kFewestSteps);
     uint8_t *const state = batch.state;
-    __builtin_memset(state + blocks * kBlockSize, 0, (steps * kStepBlocks - blocks) * kBlockSize);
+    memset(state + blocks * kBlockSize, 0, (steps * kStepBlocks - blocks) * kBlockSize);
     begin_blocks(in, state, blocks);
     if (rounds != 0) {
         run_table_rounds(key, rounds, steps, batch);
@@ -197,20 +198,19 @@ WBKIT_AVX2 void run_table_rounds(const tb_entry &key, size_t rounds, size_t step
 }
 
 constexpr size_t kMostSingles = 2; // so few are left to the portable kernel, which is faster with them
-constexpr size_t kMostBatched = kMostSteps * kStepBlocks;
 
 // Returns how many blocks are left over.
 [[gnu::noinline]] size_t encrypt_batches(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
     Batch batch; // NOLINT(cppcoreguidelines-pro-type-member-init): nothing is read before it was written
     while (blocks > kMostSingles) {
-        const size_t count = blocks < kMostBatched ? blocks : kMostBatched;
+        const size_t count = std::min(blocks, kMostBatched);
         encrypt_batch(key, in, out, count, batch);
         in += count * kBlockSize;
         out += count * kBlockSize;
         blocks -= count;
     }
     wipe(&batch, sizeof batch);
-    wipe_stack(); // below the batch, where the caller's does not reach
+    wipe_stack<1536>();
     return blocks;
 }
 

@@ -18,17 +18,18 @@
 #include <arm_neon.h>
 #include <string.h>
 
+#include <algorithm>
+
 #include "aes/block.h"
 #include "aes/shift_rows.h"
 #include "aes/table_layout.h"
 #include "support/secret.h"
-
-#define INLINE __attribute__((always_inline)) inline
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
 
-constexpr size_t kBatch = 128;
+constexpr size_t kMostBatched = 128;
 
 // Between rounds, the bytes of each column are reversed: the words of the round tables begin with row 3.
 constexpr size_t kColumnReversed = 3;
@@ -46,7 +47,7 @@ constexpr uint8_t kSpread[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0x15,
 // odd bits of the position choose the row, the even ones the column.
 constexpr uint8_t kInterleaved[16] = {0, 1, 16, 17, 2, 3, 18, 19, 32, 33, 48, 49, 34, 35, 50, 51};
 
-INLINE uint8x16_t interleaved_entries(const uint8_t *xor_table, size_t group) {
+WBKIT_INLINE uint8x16_t interleaved_entries(const uint8_t *xor_table, size_t group) {
     const size_t row = (group >> 3) * 2 + (group >> 1 & 1);
     const size_t column = (group >> 2 & 1) * 2 + (group & 1);
     const uint8x16_t index = vaddq_u8(vld1q_u8(kInterleaved), vdupq_n_u8(static_cast<uint8_t>(4 * column)));
@@ -54,7 +55,7 @@ INLINE uint8x16_t interleaved_entries(const uint8_t *xor_table, size_t group) {
 }
 
 // Entries of 16 and more lose their upper bits, or all.
-INLINE NibbleTables prepare_tables(const uint8_t *xor_table) {
+WBKIT_INLINE NibbleTables prepare_tables(const uint8_t *xor_table) {
     NibbleTables tables; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
     const uint8x16_t spread = vld1q_u8(kSpread);
 #pragma GCC unroll 8
@@ -68,13 +69,13 @@ INLINE NibbleTables prepare_tables(const uint8_t *xor_table) {
     return tables;
 }
 
-INLINE uint8x16_t look_up(const uint8x16x4_t table[2], uint8x16_t index) {
+WBKIT_INLINE uint8x16_t look_up(const uint8x16x4_t table[2], uint8x16_t index) {
     const uint8x16_t low = vandq_u8(index, vdupq_n_u8(0x7f));
     return vorrq_u8(vqtbl4q_u8(table[0], low), vqtbl4q_u8(table[1], veorq_u8(low, vdupq_n_u8(0x40))));
 }
 
 // The sum of two pairs' first entries at odd bits, of their second ones at even bits.
-INLINE uint8x16_t first_step(const NibbleTables &tables, uint8x16_t left, uint8x16_t right) {
+WBKIT_INLINE uint8x16_t first_step(const NibbleTables &tables, uint8x16_t left, uint8x16_t right) {
     // Shifts left by 1 where the top bit is 1.
     const uint8x16_t left_sum = vshlq_u8(look_up(tables.first, left), vreinterpretq_s8_u8(vshrq_n_u8(left, 7)));
     // Shifts right by 1 where the top bit is 0.
@@ -84,29 +85,29 @@ INLINE uint8x16_t first_step(const NibbleTables &tables, uint8x16_t left, uint8x
 }
 
 // In the lower half of each byte.
-INLINE uint8x16_t second_step(const NibbleTables &tables, uint8x16_t index) {
+WBKIT_INLINE uint8x16_t second_step(const NibbleTables &tables, uint8x16_t index) {
     const uint8x16_t both = look_up(tables.second, index);
     return vbslq_u8(vcltzq_s8(vreinterpretq_s8_u8(index)), vshrq_n_u8(both, 4), both);
 }
 
-INLINE uint8x16_t add_words(const NibbleTables &tables, const uint8x16_t words[4]) {
+WBKIT_INLINE uint8x16_t add_words(const NibbleTables &tables, const uint8x16_t words[4]) {
     const uint8x16_t high = first_step(tables, vsriq_n_u8(words[0], words[1], 4), vsriq_n_u8(words[2], words[3], 4));
     const uint8x16_t low = first_step(tables, vsliq_n_u8(words[1], words[0], 4), vsliq_n_u8(words[3], words[2], 4));
     return vsliq_n_u8(second_step(tables, low), second_step(tables, high), 4);
 }
 
-INLINE uint8_t shifted_byte(const uint8_t *state, size_t position) {
+WBKIT_INLINE uint8_t shifted_byte(const uint8_t *state, size_t position) {
     return state[kShiftRows[position] ^ kColumnReversed];
 }
 
-INLINE uint64_t word(const uint8_t *round_tables, const uint8_t *state, size_t position) {
+WBKIT_INLINE uint64_t word(const uint8_t *round_tables, const uint8_t *state, size_t position) {
     uint32_t value = 0;
     memcpy(&value, round_tables + position * kAesPositionBytes + shifted_byte(state, position) * kAesWordBytes,
            sizeof value);
     return value;
 }
 
-INLINE void fetch_words(const uint8_t *round_tables, const uint8_t *state, uint8x16_t words[4]) {
+WBKIT_INLINE void fetch_words(const uint8_t *round_tables, const uint8_t *state, uint8x16_t words[4]) {
 #pragma GCC unroll 4
     for (size_t row = 0; row < 4; ++row) {
         const uint64_t left = word(round_tables, state, row) | word(round_tables, state, row + 4) << 32;
@@ -115,7 +116,7 @@ INLINE void fetch_words(const uint8_t *round_tables, const uint8_t *state, uint8
     }
 }
 
-INLINE void pass_round(const NibbleTables &tables, const uint8_t *round_tables, uint8_t *states, size_t blocks) {
+WBKIT_INLINE void pass_round(const NibbleTables &tables, const uint8_t *round_tables, uint8_t *states, size_t blocks) {
     uint8x16_t words[4];
     fetch_words(round_tables, states, words);
     for (; blocks > 1; --blocks) {
@@ -128,15 +129,15 @@ INLINE void pass_round(const NibbleTables &tables, const uint8_t *round_tables, 
     vst1q_u8(states, add_words(tables, words));
 }
 
-INLINE void pass_last_round(const uint8_t *last_tables, const uint8_t *state, uint8_t *out) {
+WBKIT_INLINE void pass_last_round(const uint8_t *last_tables, const uint8_t *state, uint8_t *out) {
 #pragma GCC unroll 16
     for (size_t position = 0; position < kBlockSize; ++position) {
         out[position] = last_tables[position * kAesEntries + shifted_byte(state, position)];
     }
 }
 
-INLINE void encrypt_batch(const tb_entry &key, const NibbleTables &tables, const uint8_t *in, uint8_t *out,
-                          uint8_t *states, size_t blocks) {
+WBKIT_INLINE void encrypt_batch(const tb_entry &key, const NibbleTables &tables, const uint8_t *in, uint8_t *out,
+                                uint8_t *states, size_t blocks) {
     for (size_t block = 0; block < blocks; ++block) {
         vst1q_u8(states + block * kBlockSize, vrev32q_u8(vld1q_u8(in + block * kBlockSize)));
     }
@@ -149,11 +150,11 @@ INLINE void encrypt_batch(const tb_entry &key, const NibbleTables &tables, const
     }
 }
 
-[[gnu::noinline]] void encrypt_blocks(const tb_entry &key, const uint8_t *in, uint8_t *out, uint8_t *states,
-                                      size_t blocks) {
+WBKIT_OUTLINE void encrypt_blocks(const tb_entry &key, const uint8_t *in, uint8_t *out, uint8_t *states,
+                                  size_t blocks) {
     const NibbleTables tables = prepare_tables(key.Xor);
     while (blocks > 0) {
-        const size_t batch = blocks < kBatch ? blocks : kBatch;
+        const size_t batch = std::min(blocks, kMostBatched);
         encrypt_batch(key, tables, in, out, states, batch);
         in += batch * kBlockSize;
         out += batch * kBlockSize;
@@ -164,9 +165,9 @@ INLINE void encrypt_batch(const tb_entry &key, const NibbleTables &tables, const
 } // namespace
 
 void aes_encrypt_blocks_neon(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
-    uint8_t states[kBatch * kBlockSize];
+    uint8_t states[kMostBatched * kBlockSize];
     encrypt_blocks(key, in, out, states, blocks);
-    wipe(states, (blocks < kBatch ? blocks : kBatch) * kBlockSize);
+    wipe(states, std::min(blocks, kMostBatched) * kBlockSize);
     wipe_stack();
 }
 

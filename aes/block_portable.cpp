@@ -10,6 +10,8 @@
 
 #include <string.h>
 
+#include <algorithm>
+
 #include "aes/block.h"
 #include "aes/block_state.h"
 #include "aes/table_layout.h"
@@ -141,8 +143,8 @@ void encrypt_round(const uint8_t *tables, const Table &table, uint8_t *state) {
 
 // Every round's tables are used for all blocks before the next round's.
 template <typename Table>
-[[gnu::noinline]] void encrypt_together(const tb_entry &key, const Table &table, const uint8_t *in, uint8_t *out,
-                                        size_t blocks, uint8_t *states) {
+[[gnu::noinline]] void encrypt_batch(const tb_entry &key, const Table &table, const uint8_t *in, uint8_t *out,
+                                     size_t blocks, uint8_t *states) {
     begin_blocks(in, states, blocks);
     const uint8_t *tables = key.Tyboxes;
     for (int32_t left = aes_table_rounds(key.Nr); left > 0; --left) {
@@ -156,21 +158,21 @@ template <typename Table>
 
 // More pay for the table of sums.
 constexpr size_t kFewBlocks = 16;
-constexpr size_t kBlocksTogether = 128;
+constexpr size_t kMostBatched = 128;
 
 void encrypt_few(const tb_entry &key, const XorTable &table, const uint8_t *in, uint8_t *out, size_t blocks) {
     uint8_t states[kFewBlocks * kBlockSize];
-    encrypt_together(key, table, in, out, blocks, states);
+    encrypt_batch(key, table, in, out, blocks, states);
     wipe(states, blocks * kBlockSize);
     wipe_stack();
 }
 
 [[gnu::noinline]] void encrypt_many(const tb_entry &key, const SumTable &table, const uint8_t *in, uint8_t *out,
                                     size_t blocks) {
-    uint8_t states[kBlocksTogether * kBlockSize];
+    uint8_t states[kMostBatched * kBlockSize];
     while (blocks != 0) {
-        const size_t now = blocks < kBlocksTogether ? blocks : kBlocksTogether;
-        encrypt_together(key, table, in, out, now, states);
+        const size_t now = std::min(blocks, kMostBatched);
+        encrypt_batch(key, table, in, out, now, states);
         in += now * kBlockSize;
         out += now * kBlockSize;
         blocks -= now;

@@ -10,25 +10,18 @@
 // Few blocks: a register holds four blocks or one. Their words are loaded one by one, and only the additions are done
 // in registers. The way to the words in the second-level cache bounds it, and for one block its latency.
 
-#include "aes/block.h"
-
-#if defined(__x86_64__)
-
-#include <immintrin.h>
 #include <string.h>
 
+#include <algorithm>
+
+#include "aes/block.h"
 #include "aes/block_state.h"
 #include "aes/table_layout.h"
+#include "support/avx512.h"
 #include "support/secret.h"
 
-#ifndef __clang__
-// GCC 12's own intrinsics read registers whose content does not matter.
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
-#define WBKIT_TARGET __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi")))
-#define WBKIT_INLINE WBKIT_TARGET __attribute__((always_inline)) inline
+#define WBKIT_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi"
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
@@ -64,8 +57,8 @@ WBKIT_INLINE XorTable load_xor_table(const uint8_t *entries) {
 }
 
 // Looks up in both tables, and joins the results to bytes that have those of the first in their upper nibbles.
-WBKIT_INLINE __m512i add_both(const XorTable &first, __m512i first_index, const XorTable &second,
-                              __m512i second_index) {
+WBKIT_INLINE __m512i add_pairs(const XorTable &first, __m512i first_index, const XorTable &second,
+                               __m512i second_index) {
     const __m512i upper = _mm512_permutex2var_epi8(first.part[0], first_index, first.part[1]);
     const __m512i lower = _mm512_permutex2var_epi8(second.part[0], second_index, second.part[1]);
     return join_nibbles(_mm512_mask_mov_epi8(_mm512_slli_epi16(upper, 4), _mm512_movepi8_mask(first_index), upper),
@@ -93,10 +86,10 @@ WBKIT_INLINE __m512i load_row_of_four(const uint8_t *tables, const uint8_t *stat
 // Adds the four words of each column, in every lane.
 WBKIT_INLINE __m512i add_words(const XorTable &table, __m512i w0, __m512i w1, __m512i w2, __m512i w3) {
     const __m512i high =
-        add_both(table, join_nibbles(w0, _mm512_srli_epi32(w1, 4)), table, join_nibbles(w2, _mm512_srli_epi32(w3, 4)));
+        add_pairs(table, join_nibbles(w0, _mm512_srli_epi32(w1, 4)), table, join_nibbles(w2, _mm512_srli_epi32(w3, 4)));
     const __m512i low =
-        add_both(table, join_nibbles(_mm512_slli_epi32(w0, 4), w1), table, join_nibbles(_mm512_slli_epi32(w2, 4), w3));
-    return add_both(table, high, table, low);
+        add_pairs(table, join_nibbles(_mm512_slli_epi32(w0, 4), w1), table, join_nibbles(_mm512_slli_epi32(w2, 4), w3));
+    return add_pairs(table, high, table, low);
 }
 
 // A single block waits for its state in every round, so that it stays in registers.
@@ -115,7 +108,7 @@ WBKIT_INLINE __m512i load_row(const uint8_t *tables, const State &state, size_t 
     return _mm512_castsi128_si512(_mm_setr_epi32(word(0), word(1), word(2), word(3)));
 }
 
-[[gnu::noinline]] WBKIT_TARGET void encrypt_one(const tb_entry &key, const uint8_t *in, uint8_t *out) {
+WBKIT_OUTLINE void encrypt_one(const tb_entry &key, const uint8_t *in, uint8_t *out) {
     const XorTable table = load_xor_table(key.Xor);
     State state = {
         {uint64_t{load_be32(in + 4)} << 32 | load_be32(in), uint64_t{load_be32(in + 12)} << 32 | load_be32(in + 8)}};
@@ -132,11 +125,10 @@ WBKIT_INLINE __m512i load_row(const uint8_t *tables, const State &state, size_t 
     }
 }
 
-// They go through a round together: the chains of several registers overlap, and a round's tables stay in the cache.
-constexpr size_t kTogether = 32;
+// They go through a round in batches: the chains of several registers overlap, and a round's tables stay in the cache.
+constexpr size_t kMostBatchedFew = 32;
 
-[[gnu::noinline]] WBKIT_TARGET void encrypt_together(const tb_entry &key, const uint8_t *in, uint8_t *out,
-                                                     size_t blocks, uint8_t *states) {
+WBKIT_OUTLINE void encrypt_batch(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks, uint8_t *states) {
     const XorTable table = load_xor_table(key.Xor);
     begin_blocks(in, states, blocks);
     const uint8_t *tables = key.Tyboxes;
@@ -153,8 +145,8 @@ constexpr size_t kTogether = 32;
 
 void encrypt_few(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t blocks) {
     // A register's last lanes may have no block; they start with zeros.
-    alignas(kVector) uint8_t states[kTogether * kBlockSize] = {};
-    encrypt_together(key, in, out, blocks, states);
+    alignas(kVector) uint8_t states[kMostBatchedFew * kBlockSize] = {};
+    encrypt_batch(key, in, out, blocks, states);
     wipe(states, sizeof states);
     wipe_stack();
 }
@@ -163,7 +155,7 @@ void encrypt_few(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t bl
 
 constexpr size_t kGroupBlocks = 64;
 constexpr size_t kGroups = 4;
-constexpr size_t kBatchBlocks = kGroups * kGroupBlocks;
+constexpr size_t kMostBatched = kGroups * kGroupBlocks;
 
 // 16 planes of 64 blocks: one for each state position, or for each byte of a column's four words.
 struct Planes {
@@ -259,11 +251,11 @@ WBKIT_INLINE void mix_column(const XorTable &table, const XorTable &transposed, 
         const size_t above = (byte + 1) % 4; // where the high nibbles went by the rotation
         const __m512i w0 = load(words.bytes[byte]);
         const __m512i w3 = load(words.bytes[12 + byte]);
-        const __m512i high = add_both(table, join_nibbles(w0, load(words.bytes[4 + above])), transposed,
-                                      join_nibbles(w3, load(words.bytes[8 + above])));
-        const __m512i low = add_both(table, join_nibbles(load(words.bytes[8 + byte]), w3), transposed,
-                                     join_nibbles(load(words.bytes[4 + byte]), w0));
-        store(column[row], add_both(table, high, transposed, low));
+        const __m512i high = add_pairs(table, join_nibbles(w0, load(words.bytes[4 + above])), transposed,
+                                       join_nibbles(w3, load(words.bytes[8 + above])));
+        const __m512i low = add_pairs(table, join_nibbles(load(words.bytes[8 + byte]), w3), transposed,
+                                      join_nibbles(load(words.bytes[4 + byte]), w0));
+        store(column[row], add_pairs(table, high, transposed, low));
     }
 }
 
@@ -277,7 +269,7 @@ WBKIT_INLINE void interleave(const __m512i from[16], __m512i to[16]) {
 
 // Between blocks and planes, in both directions: done four times, interleaving transposes. In a plane the blocks are
 // not in their order, which nothing asks for.
-[[gnu::noinline]] WBKIT_TARGET void transpose(const uint8_t *in, uint8_t *out) {
+WBKIT_OUTLINE void transpose(const uint8_t *in, uint8_t *out) {
     __m512i rows[16];
     __m512i once[16];
     for (size_t i = 0; i < 16; ++i) {
@@ -301,7 +293,7 @@ WBKIT_INLINE XorTable load_transposed(const uint8_t *entries) {
 }
 
 // Returns which of the batch's states are the last.
-[[gnu::noinline]] WBKIT_TARGET Planes *encrypt_planes(const tb_entry &key, Batch &batch, size_t groups) {
+WBKIT_OUTLINE Planes *encrypt_planes(const tb_entry &key, Batch &batch, size_t groups) {
     const XorTable xor_table = load_xor_table(key.Xor);
     const XorTable transposed = load_transposed(key.Xor);
     Planes *state = batch.state;
@@ -354,15 +346,11 @@ void encrypt_many(const tb_entry &key, const uint8_t *in, uint8_t *out, size_t b
         memcpy(out + whole * sizeof(Planes), last, rest);
     }
     wipe(&batch, sizeof batch);
-    wipe_stack();
+    wipe_stack<2560>();
 }
 
 // Up to here the few are faster.
 constexpr size_t kFewBlocks = 48;
-
-size_t smaller(size_t a, size_t b) {
-    return a < b ? a : b;
-}
 
 } // namespace
 
@@ -374,7 +362,7 @@ void aes_encrypt_blocks_vbmi(const tb_entry &key, const uint8_t *in, uint8_t *ou
     }
     while (blocks != 0) {
         const bool few = blocks <= kFewBlocks;
-        const size_t now = smaller(blocks, few ? kTogether : kBatchBlocks);
+        const size_t now = std::min(blocks, few ? kMostBatchedFew : kMostBatched);
         (few ? encrypt_few : encrypt_many)(key, in, out, now);
         in += now * kBlockSize;
         out += now * kBlockSize;
@@ -383,5 +371,3 @@ void aes_encrypt_blocks_vbmi(const tb_entry &key, const uint8_t *in, uint8_t *ou
 }
 
 } // namespace wbkit
-
-#endif

@@ -8,8 +8,8 @@
 
 #include "aes/ghash_clmul.h"
 
-#define TARGET __attribute__((target("pclmul,ssse3")))
-#define INLINE_TARGET __attribute__((always_inline, target("pclmul,ssse3"))) inline
+#define WBKIT_TARGET "pclmul,ssse3"
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
@@ -25,23 +25,23 @@ struct Product {
     __m128i high;
 };
 
-INLINE_TARGET __m128i load(const uint8_t *bytes) {
+WBKIT_INLINE __m128i load(const uint8_t *bytes) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
 }
 
-INLINE_TARGET void store(uint8_t *bytes, __m128i value) {
+WBKIT_INLINE void store(uint8_t *bytes, __m128i value) {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), value);
 }
 
-INLINE_TARGET __m128i reverse_bytes(__m128i block) {
+WBKIT_INLINE __m128i reverse_bytes(__m128i block) {
     return _mm_shuffle_epi8(block, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
 }
 
-INLINE_TARGET __m128i swap_halves(__m128i x) {
+WBKIT_INLINE __m128i swap_halves(__m128i x) {
     return _mm_shuffle_epi32(x, 0x4e);
 }
 
-INLINE_TARGET void add_product(Product &sum, __m128i x, __m128i power) {
+WBKIT_INLINE void add_product(Product &sum, __m128i x, __m128i power) {
     sum.low = _mm_xor_si128(sum.low, _mm_clmulepi64_si128(x, power, 0x00));
     sum.high = _mm_xor_si128(sum.high, _mm_clmulepi64_si128(x, power, 0x11));
     const __m128i halves_of_x = _mm_xor_si128(x, swap_halves(x));
@@ -49,7 +49,7 @@ INLINE_TARGET void add_product(Product &sum, __m128i x, __m128i power) {
     sum.middle = _mm_xor_si128(sum.middle, _mm_clmulepi64_si128(halves_of_x, halves_of_power, 0x00));
 }
 
-INLINE_TARGET __m128i reduce(const Product &sum) {
+WBKIT_INLINE __m128i reduce(const Product &sum) {
     const __m128i polynomial = _mm_set_epi64x(0, static_cast<int64_t>(0xc200000000000000));
     __m128i middle = _mm_xor_si128(sum.middle, _mm_xor_si128(sum.low, sum.high));
     middle = _mm_xor_si128(middle, swap_halves(sum.low));
@@ -58,14 +58,14 @@ INLINE_TARGET __m128i reduce(const Product &sum) {
     return _mm_xor_si128(high, _mm_clmulepi64_si128(middle, polynomial, 0x00));
 }
 
-INLINE_TARGET __m128i multiply(__m128i x, __m128i power) {
+WBKIT_INLINE __m128i multiply(__m128i x, __m128i power) {
     Product product = {};
     add_product(product, x, power);
     return reduce(product);
 }
 
 // x times the subkey, as a power must be.
-INLINE_TARGET __m128i first_power(const uint8_t *h) {
+WBKIT_INLINE __m128i first_power(const uint8_t *h) {
     const __m128i x = reverse_bytes(load(h));
     const __m128i carried = _mm_slli_si128(_mm_srli_epi64(x, 63), 8);
     const __m128i shifted = _mm_or_si128(_mm_slli_epi64(x, 1), carried);
@@ -75,7 +75,7 @@ INLINE_TARGET __m128i first_power(const uint8_t *h) {
 }
 
 // The sum y after `count` blocks more, by the powers from `count` down.
-INLINE_TARGET __m128i absorb_together(GhashState &state, __m128i y, const uint8_t *data, size_t count) {
+WBKIT_INLINE __m128i absorb_together(GhashState &state, __m128i y, const uint8_t *data, size_t count) {
     const uint8_t *power = ghash_power(state, count);
     Product sum = {};
 #pragma GCC unroll 8
@@ -87,12 +87,12 @@ INLINE_TARGET __m128i absorb_together(GhashState &state, __m128i y, const uint8_
     return reduce(sum);
 }
 
-TARGET void make_first_power(GhashState &state) {
+WBKIT_OUTLINE void make_first_power(GhashState &state) {
     store(ghash_power(state, 1), first_power(state.h));
     state.powers_made = 1;
 }
 
-[[gnu::noinline]] TARGET void make_powers(GhashState &state) {
+WBKIT_OUTLINE void make_powers(GhashState &state) {
     const __m128i h1 = first_power(state.h);
     const __m128i h2 = multiply(h1, h1);
     const __m128i h3 = multiply(h2, h1);
@@ -105,7 +105,7 @@ TARGET void make_first_power(GhashState &state) {
     state.powers_made = kPclmulPowers;
 }
 
-[[gnu::noinline]] TARGET void absorb(GhashState &state, const uint8_t *data, size_t blocks) {
+WBKIT_OUTLINE void absorb(GhashState &state, const uint8_t *data, size_t blocks) {
     __m128i y = reverse_bytes(load(state.y));
     for (; blocks >= kPclmulPowers; data += 16 * kPclmulPowers, blocks -= kPclmulPowers) {
         y = absorb_together(state, y, data, kPclmulPowers);

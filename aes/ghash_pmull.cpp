@@ -13,12 +13,11 @@
 #include "aes/ghash_kernel.h"
 
 #ifdef __clang__
-#define TARGET __attribute__((target("aes")))
-#define INLINE_TARGET __attribute__((always_inline, target("aes"))) inline
+#define WBKIT_TARGET "aes"
 #else
-#define TARGET __attribute__((target("+crypto")))
-#define INLINE_TARGET __attribute__((always_inline, target("+crypto"))) inline
+#define WBKIT_TARGET "+crypto"
 #endif
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
@@ -44,48 +43,48 @@ struct Product {
     uint64x2_t high;
 };
 
-INLINE_TARGET uint64x2_t swap_halves(uint64x2_t x) {
+WBKIT_INLINE uint64x2_t swap_halves(uint64x2_t x) {
     return vextq_u64(x, x, 1);
 }
 
-INLINE_TARGET uint64x2_t load_block(const uint8_t *block) {
+WBKIT_INLINE uint64x2_t load_block(const uint8_t *block) {
     return vreinterpretq_u64_u8(vrbitq_u8(vld1q_u8(block)));
 }
 
-INLINE_TARGET void store_block(uint8_t *block, uint64x2_t value) {
+WBKIT_INLINE void store_block(uint8_t *block, uint64x2_t value) {
     vst1q_u8(block, vrbitq_u8(vreinterpretq_u8_u64(value)));
 }
 
-INLINE_TARGET uint64x2_t multiply_low(poly64x2_t a, poly64x2_t b) {
+WBKIT_INLINE uint64x2_t multiply_low(poly64x2_t a, poly64x2_t b) {
     return vreinterpretq_u64_p128(vmull_p64(vgetq_lane_p64(a, 0), vgetq_lane_p64(b, 0)));
 }
 
-INLINE_TARGET uint64x2_t multiply_high(poly64x2_t a, poly64x2_t b) {
+WBKIT_INLINE uint64x2_t multiply_high(poly64x2_t a, poly64x2_t b) {
     return vreinterpretq_u64_p128(vmull_high_p64(a, b));
 }
 
-INLINE_TARGET Power power_of(uint64x2_t x) {
+WBKIT_INLINE Power power_of(uint64x2_t x) {
     return {vreinterpretq_p64_u64(x), vreinterpretq_p64_u64(veorq_u64(x, swap_halves(x)))};
 }
 
-INLINE_TARGET Power load_power(const GhashState &state, size_t exponent) {
+WBKIT_INLINE Power load_power(const GhashState &state, size_t exponent) {
     const uint8_t *power = state.powers + kPowerBytes * (exponent - 1);
     return {vreinterpretq_p64_u8(vld1q_u8(power)), vreinterpretq_p64_u8(vld1q_u8(power + 16))};
 }
 
-INLINE_TARGET void store_power(GhashState &state, size_t exponent, const Power &x) {
+WBKIT_INLINE void store_power(GhashState &state, size_t exponent, const Power &x) {
     uint8_t *power = state.powers + kPowerBytes * (exponent - 1);
     vst1q_u8(power, vreinterpretq_u8_p64(x.value));
     vst1q_u8(power + 16, vreinterpretq_u8_p64(x.halves));
 }
 
-INLINE_TARGET void add_product(Product &sum, const Power &x, const Power &y) {
+WBKIT_INLINE void add_product(Product &sum, const Power &x, const Power &y) {
     sum.low = veorq_u64(sum.low, multiply_low(x.value, y.value));
     sum.high = veorq_u64(sum.high, multiply_high(x.value, y.value));
     sum.middle = veorq_u64(sum.middle, multiply_low(x.halves, y.halves));
 }
 
-INLINE_TARGET uint64x2_t reduce(const Product &sum) {
+WBKIT_INLINE uint64x2_t reduce(const Product &sum) {
     const poly64x2_t polynomial = vreinterpretq_p64_u64(vdupq_n_u64(0x87));
     const uint64x2_t zero = vdupq_n_u64(0);
     const uint64x2_t middle = veorq_u64(sum.middle, veorq_u64(sum.low, sum.high));
@@ -97,14 +96,14 @@ INLINE_TARGET uint64x2_t reduce(const Product &sum) {
     return veorq_u64(low, multiply_low(vreinterpretq_p64_u64(high), polynomial));
 }
 
-INLINE_TARGET Power multiply(const Power &x, const Power &y) {
+WBKIT_INLINE Power multiply(const Power &x, const Power &y) {
     Product product = {vdupq_n_u64(0), vdupq_n_u64(0), vdupq_n_u64(0)};
     add_product(product, x, y);
     return power_of(reduce(product));
 }
 
 // The sum y after `count` blocks more, by the powers from `count` down.
-INLINE_TARGET uint64x2_t absorb_together(const GhashState &state, uint64x2_t y, const uint8_t *data, size_t count) {
+WBKIT_INLINE uint64x2_t absorb_together(const GhashState &state, uint64x2_t y, const uint8_t *data, size_t count) {
     Product sum = {vdupq_n_u64(0), vdupq_n_u64(0), vdupq_n_u64(0)};
 #pragma GCC unroll 8
     for (size_t i = 1; i < count; ++i) {
@@ -115,12 +114,12 @@ INLINE_TARGET uint64x2_t absorb_together(const GhashState &state, uint64x2_t y, 
     return reduce(sum);
 }
 
-TARGET void make_first_power(GhashState &state) {
+WBKIT_OUTLINE void make_first_power(GhashState &state) {
     store_power(state, 1, power_of(load_block(state.h)));
     state.powers_made = 1;
 }
 
-[[gnu::noinline]] TARGET void make_powers(GhashState &state) {
+WBKIT_OUTLINE void make_powers(GhashState &state) {
     const Power h1 = power_of(load_block(state.h));
     const Power h2 = multiply(h1, h1);
     const Power h3 = multiply(h2, h1);
@@ -133,7 +132,7 @@ TARGET void make_first_power(GhashState &state) {
     state.powers_made = kPowers;
 }
 
-[[gnu::noinline]] TARGET void absorb(GhashState &state, const uint8_t *data, size_t blocks) {
+WBKIT_OUTLINE void absorb(GhashState &state, const uint8_t *data, size_t blocks) {
     uint64x2_t y = load_block(state.y);
     if (state.powers_made == kPowers) {
         for (; blocks >= kPowers; data += 16 * kPowers, blocks -= kPowers) {

@@ -5,26 +5,35 @@
 // the factors on the CPUs that this is for, so that nothing here depends on the subkey or the data.
 #include <string.h>
 
+#include <algorithm>
+
 #include "aes/ghash_kernel.h"
 #include "support/byte_order.h"
 
 namespace wbkit {
 namespace {
 
-// The lower 64 bits of the carry-less product.
-uint64_t multiply_low(uint64_t x, uint64_t y) {
-    constexpr uint64_t kEveryFourth = 0x1111111111111111;
-    uint64_t parts_of_x[4];
-    uint64_t parts_of_y[4];
-    for (unsigned i = 0; i < 4; ++i) {
-        parts_of_x[i] = x & kEveryFourth << i;
-        parts_of_y[i] = y & kEveryFourth << i;
+constexpr uint64_t kEveryFourth = 0x1111111111111111;
+
+// A number in four parts of every fourth bit.
+struct Split {
+    Split() = default;           // holds nothing yet: zeros would take time
+    explicit Split(uint64_t x) { // NOLINT(cppcoreguidelines-pro-type-member-init): the loop does
+        for (unsigned i = 0; i < 4; ++i) {
+            part[i] = x & kEveryFourth << i;
+        }
     }
+
+    uint64_t part[4];
+};
+
+// The lower 64 bits of the carry-less product.
+uint64_t multiply_low(const Split &x, const Split &y) {
     uint64_t product = 0;
     for (unsigned i = 0; i < 4; ++i) {
         uint64_t part = 0;
         for (unsigned j = 0; j < 4; ++j) {
-            part ^= parts_of_x[j] * parts_of_y[(i - j) % 4];
+            part ^= x.part[j] * y.part[(i - j) % 4];
         }
         product |= part & kEveryFourth << i;
     }
@@ -69,15 +78,30 @@ struct Factor {
     uint64_t reversed[3] = {};
 };
 
+// A power of the subkey, which many factors are multiplied by.
+struct Power {
+    Power() = default;
+    explicit Power(const Element &x) { // NOLINT(cppcoreguidelines-pro-type-member-init): the loop does
+        const Factor factor(x);
+        for (size_t i = 0; i < 3; ++i) {
+            part[i] = Split(factor.part[i]);
+            reversed[i] = Split(factor.reversed[i]);
+        }
+    }
+
+    Split part[3];
+    Split reversed[3];
+};
+
 // A sum of products of parts: their lower halves, and their upper ones as they come of reversed factors.
 struct Sum {
     uint64_t lower[3] = {};
     uint64_t upper[3] = {};
 
-    void add_product(const Factor &x, const Factor &y) {
+    void add_product(const Factor &x, const Power &y) {
         for (size_t i = 0; i < 3; ++i) {
-            lower[i] ^= multiply_low(x.part[i], y.part[i]);
-            upper[i] ^= multiply_low(x.reversed[i], y.reversed[i]);
+            lower[i] ^= multiply_low(Split(x.part[i]), y.part[i]);
+            upper[i] ^= multiply_low(Split(x.reversed[i]), y.reversed[i]);
         }
     }
 
@@ -105,33 +129,31 @@ struct Sum {
     }
 };
 
-// So many blocks make one sum, each multiplied by its own power of the subkey, once that pays.
-constexpr size_t kTogether = 4;
-constexpr size_t kWorthPowers = 16;
+// So many blocks make one sum, each multiplied by its own power of the subkey, if that pays.
+constexpr size_t kPowers = 8;
+constexpr size_t kWorthPowers = 40;
 
-void make_powers(GhashState &state, size_t count) {
-    const Factor h(load(state.h));
+[[gnu::noinline]] void make_powers(GhashState &state) {
+    const Power h(load(state.h));
     memcpy(state.powers, state.h, sizeof state.h);
-    for (size_t i = 1; i < count; ++i) {
+    for (size_t i = 1; i < kPowers; ++i) {
         Sum product;
         product.add_product(Factor(load(state.powers + 16 * (i - 1))), h);
         store(state.powers + 16 * i, product.reduced());
     }
-    state.powers_made = count;
+    state.powers_made = kPowers;
 }
 
-[[gnu::noinline]] void absorb(GhashState &state, const uint8_t *data, size_t blocks) {
-    const size_t wanted = blocks < kWorthPowers ? 1 : kTogether;
-    if (state.powers_made < wanted) {
-        make_powers(state, wanted);
-    }
-    Factor powers[kTogether]; // the subkey first
-    for (size_t i = 0; i < state.powers_made; ++i) {
-        powers[i] = Factor(load(state.powers + 16 * i));
+// `elements` are so many powers of the subkey, itself first.
+template <size_t Powers>
+[[gnu::noinline]] void absorb(GhashState &state, const uint8_t *elements, const uint8_t *data, size_t blocks) {
+    Power powers[Powers];
+    for (size_t i = 0; i < Powers; ++i) {
+        powers[i] = Power(load(elements + 16 * i));
     }
     Element y = load(state.y);
     while (blocks > 0) {
-        const size_t count = blocks < state.powers_made ? blocks : state.powers_made;
+        const size_t count = std::min(blocks, Powers);
         Sum sum;
         for (size_t i = count; i-- > 0; data += 16) {
             const Element x = load(data);
@@ -147,8 +169,16 @@ void make_powers(GhashState &state, size_t count) {
 } // namespace
 
 void ghash_absorb_portable(GhashState &state, const uint8_t *data, size_t blocks) {
-    absorb(state, data, blocks);
-    wipe_stack();
+    if (blocks < kWorthPowers) {
+        absorb<1>(state, state.h, data, blocks);
+        wipe_stack<1024>();
+        return;
+    }
+    if (state.powers_made == 0) {
+        make_powers(state);
+    }
+    absorb<kPowers>(state, state.powers, data, blocks);
+    wipe_stack<3072>();
 }
 
 } // namespace wbkit

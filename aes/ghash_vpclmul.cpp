@@ -1,16 +1,10 @@
 // Implementation notes. As ghash_pclmul.cpp, but four blocks in a register and 32 blocks to a sum, so that reduction is
 // lost in the multiplications, which are what bounds this kernel too. Few blocks are left to the other one.
-#ifndef __clang__
-// GCC 12 warns of its own header, which sets registers that may hold anything to themselves.
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-
 #include "aes/ghash_clmul.h"
+#include "support/avx512.h"
 
-#define TARGET __attribute__((target("avx512f,avx512bw,avx512vl,vpclmulqdq,pclmul")))
-#define INLINE_TARGET __attribute__((always_inline, target("avx512f,avx512bw,avx512vl,vpclmulqdq,pclmul"))) inline
+#define WBKIT_TARGET "avx512f,avx512bw,avx512vl,vpclmulqdq,pclmul"
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
@@ -24,25 +18,25 @@ struct Product {
     __m512i high;
 };
 
-INLINE_TARGET __m512i load(const uint8_t *bytes) {
+WBKIT_INLINE __m512i load(const uint8_t *bytes) {
     return _mm512_loadu_si512(bytes);
 }
 
-INLINE_TARGET __m512i load_blocks(const uint8_t *data) {
+WBKIT_INLINE __m512i load_blocks(const uint8_t *data) {
     const __m128i reversed = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     return _mm512_shuffle_epi8(load(data), _mm512_broadcast_i32x4(reversed));
 }
 
-INLINE_TARGET __m512i swap_halves(__m512i x) {
+WBKIT_INLINE __m512i swap_halves(__m512i x) {
     return _mm512_shuffle_epi32(x, _MM_PERM_BADC);
 }
 
 // The exclusive or of three.
-INLINE_TARGET __m512i add(__m512i a, __m512i b, __m512i c) {
+WBKIT_INLINE __m512i add(__m512i a, __m512i b, __m512i c) {
     return _mm512_ternarylogic_epi64(a, b, c, 0x96);
 }
 
-INLINE_TARGET void add_product(Product &sum, __m512i x, __m512i power) {
+WBKIT_INLINE void add_product(Product &sum, __m512i x, __m512i power) {
     sum.low = _mm512_xor_si512(sum.low, _mm512_clmulepi64_epi128(x, power, 0x00));
     sum.high = _mm512_xor_si512(sum.high, _mm512_clmulepi64_epi128(x, power, 0x11));
     const __m512i halves_of_x = _mm512_xor_si512(x, swap_halves(x));
@@ -50,20 +44,20 @@ INLINE_TARGET void add_product(Product &sum, __m512i x, __m512i power) {
     sum.middle = _mm512_xor_si512(sum.middle, _mm512_clmulepi64_epi128(halves_of_x, halves_of_power, 0x00));
 }
 
-INLINE_TARGET __m512i reduce(const Product &sum) {
+WBKIT_INLINE __m512i reduce(const Product &sum) {
     const __m512i polynomial = _mm512_set1_epi64(static_cast<int64_t>(0xc200000000000000));
     __m512i middle = add(sum.middle, sum.low, sum.high);
     middle = add(middle, swap_halves(sum.low), _mm512_clmulepi64_epi128(sum.low, polynomial, 0x00));
     return add(sum.high, swap_halves(middle), _mm512_clmulepi64_epi128(middle, polynomial, 0x00));
 }
 
-INLINE_TARGET __m128i sum_of_lanes(__m512i x) {
+WBKIT_INLINE __m128i sum_of_lanes(__m512i x) {
     const __m256i two = _mm256_xor_si256(_mm512_castsi512_si256(x), _mm512_extracti64x4_epi64(x, 1));
     return _mm_xor_si128(_mm256_castsi256_si128(two), _mm256_extracti128_si256(two, 1));
 }
 
 // Doubles the powers from 8 on: the upper ones are the lower ones times the highest.
-[[gnu::noinline]] TARGET void extend_powers(GhashState &state) {
+WBKIT_OUTLINE void extend_powers(GhashState &state) {
     for (size_t made = kPclmulPowers; made < kVpclmulPowers; made *= 2) {
         const __m128i highest = _mm_loadu_si128(reinterpret_cast<const __m128i *>(ghash_power(state, made)));
         for (size_t i = kLanes; i <= made; i += kLanes) {
@@ -75,14 +69,11 @@ INLINE_TARGET __m128i sum_of_lanes(__m512i x) {
     state.powers_made = kVpclmulPowers;
 }
 
-[[gnu::noinline]] TARGET void absorb_groups(GhashState &state, const uint8_t *data, size_t groups) {
+WBKIT_OUTLINE void absorb_groups(GhashState &state, const uint8_t *data, size_t groups) {
     const __m128i reversed = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     __m128i y = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(state.y)), reversed);
     for (; groups > 0; data += 16 * kGroup, --groups) {
-        // Were it known that they are always the same, GCC would spill what it makes of them, and more of it than
-        // wipe_stack reaches.
         const uint8_t *powers = state.powers;
-        asm volatile("" : "+r"(powers));
         Product sum = {};
 #pragma GCC unroll 8
         for (size_t i = kLanes; i < kGroup; i += kLanes) {
@@ -107,7 +98,7 @@ void ghash_absorb_vpclmul(GhashState &state, const uint8_t *data, size_t blocks)
             extend_powers(state);
         }
         absorb_groups(state, data, blocks / kGroup);
-        wipe_stack();
+        wipe_stack<1024>();
     }
     const size_t rest = blocks % kGroup;
     if (rest > 0) {

@@ -39,7 +39,7 @@ struct Case {
     std::string operation;
     std::string row;
     std::function<void(const std::uint8_t *in, std::uint8_t *out, std::size_t len)> run;
-    std::string forced{}; // kernels, as WBKIT_KERNELS names them
+    std::string forced{}; // kernels, with commas between them
     std::span<const std::size_t> sizes = kSizes;
 };
 

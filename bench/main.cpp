@@ -3,7 +3,6 @@
 //   wbkit_bench [--tables=FILE] [--chart=FILE] [options of Google Benchmark]
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <fstream>
 #include <iostream>
@@ -12,6 +11,7 @@
 #include "case.h"
 #include "keys.h"
 #include "results.h"
+#include "support/kernel.h"
 
 namespace bench {
 namespace {
@@ -30,15 +30,13 @@ Buffer sample(std::size_t len) {
     return bytes;
 }
 
+const char *forced_names = nullptr;
+
 // Kernels by name, for what chooses its own.
 class Forced {
   public:
-    explicit Forced(const std::string &names) {
-        if (!names.empty()) {
-            setenv("WBKIT_KERNELS", names.c_str(), 1);
-        }
-    }
-    ~Forced() { unsetenv("WBKIT_KERNELS"); }
+    explicit Forced(const std::string &names) { forced_names = names.empty() ? nullptr : names.c_str(); }
+    ~Forced() { forced_names = nullptr; }
     Forced(const Forced &) = delete;
     Forced &operator=(const Forced &) = delete;
 };
@@ -150,6 +148,10 @@ int run(int argc, char **argv) {
 
 } // namespace
 } // namespace bench
+
+const char *wbkit::forced_kernels() {
+    return bench::forced_names;
+}
 
 int main(int argc, char **argv) {
     try {

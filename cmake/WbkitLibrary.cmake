@@ -118,40 +118,48 @@ target_compile_options(wbkit_objects PRIVATE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 set_target_properties(wbkit_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-if(WBKIT_BUILD_TESTS)
-  # WBKIT_KERNELS in the environment names the kernels to use, so that tests reach every one. What ships does not ask.
-  target_compile_definitions(wbkit_objects PRIVATE WBKIT_FORCED_KERNELS)
-endif()
 target_link_libraries(wbkit_objects PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
 # The generator knows nothing of visibility marks nor of our warnings.
 set_source_files_properties("${WBKIT_GENERATED_DIR}/quen/cms.pb-c.c" PROPERTIES
   COMPILE_OPTIONS "-fvisibility=default;-w")
 
-add_library(quen-wbkit SHARED)
-target_sources(quen-wbkit PRIVATE $<TARGET_OBJECTS:wbkit_objects>)
-target_include_directories(quen-wbkit PUBLIC
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${WBKIT_GENERATED_DIR}>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+# What says which kernels are asked for: nobody in what ships, the environment in what is tested.
+add_library(wbkit_unforced OBJECT support/kernel.cpp)
+target_include_directories(wbkit_unforced PRIVATE "${PROJECT_SOURCE_DIR}")
+target_link_libraries(wbkit_unforced PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
+target_compile_options(wbkit_unforced PRIVATE $<TARGET_PROPERTY:wbkit_objects,COMPILE_OPTIONS>)
+set_target_properties(wbkit_unforced PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden)
+
 # Linked as C, without the libraries that CMake would add for the C++ objects: the library needs no C++ runtime, and
 # --no-undefined says so if that stops being true.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
-set_target_properties(quen-wbkit PROPERTIES
-  LINKER_LANGUAGE C
-  BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
-  LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
-target_link_options(quen-wbkit PRIVATE
-  -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,max-page-size=16384
-  "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
-target_link_libraries(quen-wbkit PRIVATE PkgConfig::PROTOBUF_C ${CMAKE_DL_LIBS})
 
 if(ANDROID)
-  target_link_libraries(quen-wbkit PRIVATE log)
+  set(wbkit_log log)
 else()
   # Android's log function on a machine without Android. A library of its own, so that a program which defines the
   # function gets the lines instead.
+  set(wbkit_log wbkit-log)
   add_library(wbkit-log SHARED support/hostlog/hostlog.cpp)
   target_compile_options(wbkit-log PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
   set_target_properties(wbkit-log PROPERTIES LINKER_LANGUAGE C CXX_VISIBILITY_PRESET hidden)
   target_link_libraries(wbkit-log PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
-  target_link_libraries(quen-wbkit PRIVATE wbkit-log)
 endif()
+
+# A shared object of all objects and one more, which has forced_kernels().
+function(wbkit_add_shared_object name forced_kernels)
+  add_library(${name} SHARED)
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:wbkit_objects> ${forced_kernels})
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${WBKIT_GENERATED_DIR}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${name} PROPERTIES
+    LINKER_LANGUAGE C
+    BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
+    LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+  target_link_options(${name} PRIVATE
+    -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,max-page-size=16384
+    "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
+  target_link_libraries(${name} PRIVATE PkgConfig::PROTOBUF_C ${CMAKE_DL_LIBS} ${wbkit_log})
+endfunction()
+wbkit_add_shared_object(quen-wbkit $<TARGET_OBJECTS:wbkit_unforced>)

@@ -70,5 +70,6 @@ int32_t hmac_sha256(const uint8_t *message, uint64_t message_len, const uint8_t 
     store_padded_key(k0, kOuterPad, outer.data());
     digest(inner.data(), kSha256BlockSize + message_len, outer.data() + kSha256BlockSize);
     digest(outer.data(), outer.size(), out);
+    wbkit::wipe_stack();
     return WBKIT_OK;
 }

@@ -14,29 +14,28 @@
 #include "support/secret.h"
 
 #ifdef __clang__
-#define TARGET __attribute__((target("sha2")))
-#define INLINE_TARGET __attribute__((always_inline, target("sha2"))) inline
+#define WBKIT_TARGET "sha2"
 #else
-#define TARGET __attribute__((target("+crypto")))
-#define INLINE_TARGET __attribute__((always_inline, target("+crypto"))) inline
+#define WBKIT_TARGET "+crypto"
 #endif
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
 
-INLINE_TARGET uint32x4_t load_words(const uint8_t *block) {
+WBKIT_INLINE uint32x4_t load_words(const uint8_t *block) {
     return vreinterpretq_u32_u8(vrev32q_u8(vld1q_u8(block)));
 }
 
 // Four rounds.
-INLINE_TARGET void rounds(uint32x4_t &abcd, uint32x4_t &efgh, uint32x4_t w, size_t t) {
+WBKIT_INLINE void rounds(uint32x4_t &abcd, uint32x4_t &efgh, uint32x4_t w, size_t t) {
     const uint32x4_t sum = vaddq_u32(w, vld1q_u32(kSha256Constants.round + t));
     const uint32x4_t old_abcd = abcd;
     abcd = vsha256hq_u32(abcd, efgh, sum);
     efgh = vsha256h2q_u32(efgh, old_abcd, sum);
 }
 
-[[gnu::noinline]] TARGET void compress_blocks(uint32_t state[8], const uint8_t *data, size_t blocks) {
+WBKIT_OUTLINE void compress_blocks(uint32_t state[8], const uint8_t *data, size_t blocks) {
     uint32x4_t abcd = vld1q_u32(state);
     uint32x4_t efgh = vld1q_u32(state + 4);
     for (; blocks > 0; data += kSha256BlockSize, --blocks) {

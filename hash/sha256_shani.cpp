@@ -8,29 +8,29 @@
 #include "hash/sha256_kernel.h"
 #include "support/secret.h"
 
-#define TARGET __attribute__((target("sha,sse4.1")))
-#define INLINE_TARGET __attribute__((always_inline, target("sha,sse4.1"))) inline
+#define WBKIT_TARGET "sha,sse4.1"
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
 
-INLINE_TARGET __m128i load(const void *from) {
+WBKIT_INLINE __m128i load(const void *from) {
     return _mm_loadu_si128(static_cast<const __m128i *>(from));
 }
 
-INLINE_TARGET __m128i load_words(const uint8_t *block) {
+WBKIT_INLINE __m128i load_words(const uint8_t *block) {
     return _mm_shuffle_epi8(load(block), _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3));
 }
 
 // Four rounds.
-INLINE_TARGET void rounds(__m128i &abef, __m128i &cdgh, __m128i w, size_t t) {
+WBKIT_INLINE void rounds(__m128i &abef, __m128i &cdgh, __m128i w, size_t t) {
     const __m128i sum = _mm_add_epi32(w, load(kSha256Constants.round + t));
     // After two rounds, the old ABEF is the new CDGH.
     cdgh = _mm_sha256rnds2_epu32(cdgh, abef, sum);
     abef = _mm_sha256rnds2_epu32(abef, cdgh, _mm_shuffle_epi32(sum, 0x0e));
 }
 
-[[gnu::noinline]] TARGET void compress_blocks(uint32_t state[8], const uint8_t *data, size_t blocks) {
+WBKIT_OUTLINE void compress_blocks(uint32_t state[8], const uint8_t *data, size_t blocks) {
     const __m128i dcba = load(state);
     const __m128i hgfe = load(state + 4);
     const __m128i badc = _mm_shuffle_epi32(dcba, 0xb1);

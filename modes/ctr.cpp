@@ -16,6 +16,7 @@ void ctr_crypt(const BlockCipher &cipher, CounterBlock &counter, const uint8_t *
         xor_keystream(out + done, in + done, keystream.data(), bytes);
         done += bytes;
     }
+    wipe_stack<256>(); // the kernel may have pushed registers with the counter
 }
 
 void ctr_crypt(const BlockCipher &cipher, const uint8_t *iv, const uint8_t *in, uint8_t *out, size_t len) {

@@ -28,7 +28,7 @@ step "Packages"
 step "Build"
 cd -- "$root"
 mkdir -p build
-# A build folder of its own: here the environment can force kernels, which it must not in what is installed.
+# A build folder of its own, for options of its own.
 logged build/bench.log cmake --preset release -B build/bench \
   -DWBKIT_BUILD_TESTS=OFF -DWBKIT_BUILD_JAVA=OFF -DWBKIT_BUILD_BENCH=ON
 logged build/bench.log cmake --build build/bench -j "$jobs" --target wbkit_bench

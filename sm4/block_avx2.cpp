@@ -11,57 +11,29 @@
 #include "sm4/planes.h"
 #include "sm4/table_layout.h"
 
-#define SM4_TARGET __attribute__((target("avx2")))
-#define SM4_INLINE inline __attribute__((always_inline)) SM4_TARGET
-#define SM4_OUTLINE __attribute__((noinline)) SM4_TARGET
+#define WBKIT_TARGET "avx2"
+#include "sm4/transposed_group.h"
 
 namespace wbkit {
 namespace {
 
-struct Group {
-    __m256i plane[kPlanes];
+struct Vectors {
+    using Vector = __m256i;
+    WBKIT_INLINE static __m256i interleave_low(__m256i a, __m256i b) { return _mm256_unpacklo_epi8(a, b); }
+    WBKIT_INLINE static __m256i interleave_high(__m256i a, __m256i b) { return _mm256_unpackhi_epi8(a, b); }
 };
+using Group = TransposedGroup<Vectors>;
 
-SM4_INLINE __m256i fill(int byte) {
+WBKIT_INLINE __m256i fill(int byte) {
     return _mm256_set1_epi8(static_cast<char>(byte));
 }
 
-// Interleaves the first half of 16 registers with the second, twice. That rotates the bits of a byte's position, four
-// of its register and four of its place in a 128-bit lane, by two. `step` is the way from word to word of four
-// registers.
-SM4_INLINE void interleave_twice(__m256i_u *to, const __m256i_u *from, ptrdiff_t step) {
-    for (size_t i = 0; i < 4; ++i, ++from, to += 4) {
-        const __m256i even_low = _mm256_unpacklo_epi8(from[0], from[2 * step]);
-        const __m256i even_high = _mm256_unpackhi_epi8(from[0], from[2 * step]);
-        const __m256i odd_low = _mm256_unpacklo_epi8(from[step], from[3 * step]);
-        const __m256i odd_high = _mm256_unpackhi_epi8(from[step], from[3 * step]);
-        to[0] = _mm256_unpacklo_epi8(even_low, odd_low);
-        to[1] = _mm256_unpackhi_epi8(even_low, odd_low);
-        to[2] = _mm256_unpacklo_epi8(even_high, odd_high);
-        to[3] = _mm256_unpackhi_epi8(even_high, odd_high);
-    }
-}
-
-// Rotated by four, register and place have changed places: 16 x 16 bytes are transposed in each lane.
-SM4_OUTLINE void to_planes(const uint8_t *in, Group &group) {
-    __m256i half_way[kPlanes];
-    interleave_twice(half_way, reinterpret_cast<const __m256i_u *>(in), 4);
-    interleave_twice(group.plane, half_way, 4);
-}
-
-// The other way, and the words in reverse.
-SM4_OUTLINE void from_planes(const Group &group, uint8_t *out) {
-    __m256i half_way[kPlanes];
-    interleave_twice(half_way, group.plane + 12, -4);
-    interleave_twice(reinterpret_cast<__m256i_u *>(out), half_way, 4);
-}
-
-SM4_INLINE __m256i look_up_row(const uint8_t *table, size_t row, __m256i index) {
+WBKIT_INLINE __m256i look_up_row(const uint8_t *table, size_t row, __m256i index) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i_u *>(table + row * 16));
     return _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(bytes), index);
 }
 
-SM4_INLINE __m256i look_up(const uint8_t *table, __m256i index) {
+WBKIT_INLINE __m256i look_up(const uint8_t *table, __m256i index) {
     const __m256i flipped = _mm256_xor_si256(index, fill(0x80));
     __m256i pairs[8]; // of rows, chosen between by bit 7
     for (size_t row = 0; row < 8; ++row) {
@@ -81,7 +53,7 @@ SM4_INLINE __m256i look_up(const uint8_t *table, __m256i index) {
 
 // x ^= L(b), a word being four planes, most significant first. L(b) is b ^ (b <<< 24) ^ (t <<< 2), where t is
 // b ^ (b <<< 8) ^ (b <<< 16); rotations by whole bytes only rename planes.
-SM4_INLINE void add_linear_transform(__m256i *x, const __m256i *b) {
+WBKIT_INLINE void add_linear_transform(__m256i *x, const __m256i *b) {
     __m256i pair[4];
     __m256i upper_six[4];
     __m256i lower_two[4];
@@ -100,7 +72,7 @@ SM4_INLINE void add_linear_transform(__m256i *x, const __m256i *b) {
 }
 
 // After round i, planes 4 (i mod 4) and following hold X_{i+4}.
-SM4_INLINE void encrypt_round(const uint8_t *table, Group &group, size_t i) {
+WBKIT_INLINE void encrypt_round(const uint8_t *table, Group &group, size_t i) {
     __m256i b[4];
 #pragma GCC unroll 4
     for (size_t j = 0; j < 4; ++j) {
@@ -113,7 +85,7 @@ SM4_INLINE void encrypt_round(const uint8_t *table, Group &group, size_t i) {
 }
 
 template <size_t Groups>
-SM4_OUTLINE void encrypt_groups(const uint8_t *table, Group *groups) {
+WBKIT_OUTLINE void encrypt_groups(const uint8_t *table, Group *groups) {
     for (size_t i = 0; i < kSm4Rounds; ++i) {
         for (size_t g = 0; g < Groups; ++g) {
             encrypt_round(table, groups[g], i);
@@ -125,8 +97,6 @@ struct Avx2 {
     using Group = wbkit::Group;
     static constexpr size_t kMostGroups = 2;
     static constexpr size_t kFewestBlocks = 13;
-    static constexpr auto to_planes = wbkit::to_planes;
-    static constexpr auto from_planes = wbkit::from_planes;
     static constexpr void (*kRounds[kMostGroups])(const uint8_t *table, Group *groups) = {encrypt_groups<1>,
                                                                                           encrypt_groups<2>};
 };

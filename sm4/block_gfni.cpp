@@ -1,13 +1,13 @@
 // SM4 with AVX-512 VBMI and GFNI.
 
-#define SM4_TARGET __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,gfni")))
+#define WBKIT_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,gfni"
 #include "sm4/planes_avx512.h"
 
 namespace wbkit {
 namespace {
 
 struct Bytes {
-    SM4_INLINE __m512i rotate(__m512i x) {
+    WBKIT_INLINE static __m512i rotate(__m512i x) {
         // The matrix of the rotation, the row of the lowest bit in the highest byte.
         return _mm512_gf2p8affine_epi64_epi8(x, _mm512_set1_epi64(0x4080010204081020), 0);
     }

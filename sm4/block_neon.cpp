@@ -15,8 +15,7 @@
 #include "sm4/block.h"
 #include "sm4/table_layout.h"
 #include "support/secret.h"
-
-#define INLINE __attribute__((always_inline)) inline
+#include "support/target.h"
 
 namespace wbkit {
 namespace {
@@ -38,7 +37,7 @@ struct Workspace {
 };
 
 // The four bytes of words apart, then the four words of blocks.
-INLINE void load_group(Workspace &work, Group &group, const uint8_t *in) {
+WBKIT_INLINE void load_group(Workspace &work, Group &group, const uint8_t *in) {
 #pragma GCC unroll 4
     for (size_t quarter = 0; quarter < 4; ++quarter) {
         const uint8x16x4_t bytes = vld4q_u8(in + 64 * quarter);
@@ -58,7 +57,7 @@ INLINE void load_group(Workspace &work, Group &group, const uint8_t *in) {
 }
 
 // The words leave in reverse order.
-INLINE void store_group(Workspace &work, const Group &group, uint8_t *out) {
+WBKIT_INLINE void store_group(Workspace &work, const Group &group, uint8_t *out) {
 #pragma GCC unroll 4
     for (size_t j = 0; j < 4; ++j) {
         const uint8x16x4_t words = {{group.words[3][j], group.words[2][j], group.words[1][j], group.words[0][j]}};
@@ -75,7 +74,7 @@ INLINE void store_group(Workspace &work, const Group &group, uint8_t *out) {
     }
 }
 
-INLINE void substitute(Group *groups, size_t count, const uint8_t *round_table, size_t round, size_t j) {
+WBKIT_INLINE void substitute(Group *groups, size_t count, const uint8_t *round_table, size_t round, size_t j) {
     const uint8_t *lane_table = round_table + j * kSm4LaneBytes;
     // Not an array, which a compiler would put into memory.
     const uint8x16x4_t first = vld1q_u8_x4(lane_table);
@@ -97,7 +96,7 @@ INLINE void substitute(Group *groups, size_t count, const uint8_t *round_table, 
 
 // Adds b + (b <<< 2) + (b <<< 10) + (b <<< 18) + (b <<< 24) to the word. With r = b <<< 2, that is b and b <<< 24, and
 // all rotations of r by whole bytes but r <<< 24.
-INLINE void add_transformed(uint8x16_t word[4], const uint8x16_t b[4]) {
+WBKIT_INLINE void add_transformed(uint8x16_t word[4], const uint8x16_t b[4]) {
     uint8x16_t r[4];
 #pragma GCC unroll 4
     for (size_t j = 0; j < 4; ++j) {
@@ -112,7 +111,7 @@ INLINE void add_transformed(uint8x16_t word[4], const uint8x16_t b[4]) {
     }
 }
 
-INLINE void pass_round(Group *groups, size_t count, const uint8_t *round_table, size_t round) {
+WBKIT_INLINE void pass_round(Group *groups, size_t count, const uint8_t *round_table, size_t round) {
     for (size_t j = 0; j < 4; ++j) {
         substitute(groups, count, round_table, round, j);
     }
@@ -122,8 +121,8 @@ INLINE void pass_round(Group *groups, size_t count, const uint8_t *round_table, 
     }
 }
 
-[[gnu::noinline]] void encrypt_groups(Workspace &work, const uint8_t *table, const uint8_t *in, uint8_t *out,
-                                      size_t count) {
+WBKIT_OUTLINE void encrypt_groups(Workspace &work, const uint8_t *table, const uint8_t *in, uint8_t *out,
+                                  size_t count) {
     for (size_t g = 0; g < count; ++g) {
         load_group(work, work.groups[g], in + g * kGroupBytes);
     }
@@ -142,8 +141,8 @@ void encrypt_part_of_a_group(Workspace &work, const uint8_t *table, const uint8_
     memcpy(out, work.blocks, blocks * kBlockSize);
 }
 
-[[gnu::noinline]] size_t encrypt_blocks(Workspace &work, const uint8_t *table, const uint8_t *in, uint8_t *out,
-                                        size_t blocks) {
+WBKIT_OUTLINE size_t encrypt_blocks(Workspace &work, const uint8_t *table, const uint8_t *in, uint8_t *out,
+                                    size_t blocks) {
     size_t done = 0;
     while (blocks - done >= kGroupBlocks) {
         const size_t whole = (blocks - done) / kGroupBlocks;

@@ -1,13 +1,13 @@
 // SM4 with AVX-512 VBMI.
 
-#define SM4_TARGET __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi")))
+#define WBKIT_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi"
 #include "sm4/planes_avx512.h"
 
 namespace wbkit {
 namespace {
 
 struct Bytes {
-    SM4_INLINE __m512i rotate(__m512i x) {
+    WBKIT_INLINE static __m512i rotate(__m512i x) {
         return Avx512<Bytes>::join_bits(_mm512_slli_epi16(x, 2), _mm512_srli_epi16(x, 6));
     }
 };

@@ -5,10 +5,9 @@
 //
 // A `Set` describes an instruction set, in a type that one file alone knows. Nothing here is compiled for it; its
 // functions are, so they are not inlined.
-//   Group                  the 16 planes of a group
-//   kMostGroups            how many groups go through the rounds together
+//   Group                  the 16 planes of a group; to_planes and from_planes bring whole ones there and back
+//   kMostGroups            of a batch, which goes through a round with all its groups before the next
 //   kFewestBlocks          from this many blocks on, a group that is not full is faster than the portable kernel
-//   to_planes, from_planes a whole group of blocks to and from a Group
 //   kRounds                the 32 rounds of 1, 2, ... kMostGroups groups
 #pragma once
 
@@ -32,26 +31,29 @@ size_t part_of_group(size_t len) {
     return len < Set::kFewestBlocks * kBlockSize ? 0 : len;
 }
 
-// Encrypts as much of `len` bytes as goes through the rounds together, and returns how much that was.
+// Encrypts as much of `len` bytes as fits into a batch, and returns how much that was. Inlined, so that what wipes the
+// stack is called by the caller of all that works on it.
 template <typename Set>
-size_t encrypt_batch(const uint8_t *table, const uint8_t *in, uint8_t *out, size_t len, typename Set::Group *groups) {
+[[gnu::always_inline]] inline size_t encrypt_batch(const uint8_t *table, const uint8_t *in, uint8_t *out, size_t len,
+                                                   typename Set::Group *groups) {
     const size_t whole = std::min(len / kGroupBytes<Set>, Set::kMostGroups);
     const size_t whole_len = whole * kGroupBytes<Set>;
     const size_t part_len = whole == Set::kMostGroups ? 0 : part_of_group<Set>(len - whole_len);
     uint8_t part[kGroupBytes<Set>];
     for (size_t g = 0; g < whole; ++g) {
-        Set::to_planes(in + g * kGroupBytes<Set>, groups[g]);
+        Set::Group::to_planes(in + g * kGroupBytes<Set>, groups[g]);
     }
     if (part_len != 0) {
         memcpy(part, in + whole_len, part_len);
-        Set::to_planes(part, groups[whole]);
+        memset(part + part_len, 0, sizeof part - part_len);
+        Set::Group::to_planes(part, groups[whole]);
     }
     Set::kRounds[whole + (part_len != 0 ? 1 : 0) - 1](table, groups);
     for (size_t g = 0; g < whole; ++g) {
-        Set::from_planes(groups[g], out + g * kGroupBytes<Set>);
+        Set::Group::from_planes(groups[g], out + g * kGroupBytes<Set>);
     }
     if (part_len != 0) {
-        Set::from_planes(groups[whole], part);
+        Set::Group::from_planes(groups[whole], part);
         memcpy(out + whole_len, part, part_len);
         wipe(part, sizeof part);
     }
@@ -71,7 +73,7 @@ void encrypt_in_groups(const tb_entry &key, const uint8_t *in, uint8_t *out, siz
             len -= done;
         }
         wipe(groups, std::min(sizeof groups, used));
-        wipe_stack();
+        wipe_stack<1792>();
         blocks = len / kBlockSize;
     }
     if (blocks != 0) {

@@ -5,61 +5,34 @@
 // alone waits for the latencies of its chain of look-ups, so up to four go through the rounds together and share the
 // loads of a table. Then the number of vector operations bounds it: 40 a round and group, 48 without GFNI.
 //
-// The including file defines SM4_TARGET before, the target attribute of every function here, and instantiates for a
-// type of its own: no function here may be shared by two files.
+// The including file defines WBKIT_TARGET before, and instantiates for a type of its own: no function here may be
+// shared by two files.
 #pragma once
-
-#include <immintrin.h>
 
 #include "sm4/planes.h"
 #include "sm4/table_layout.h"
-
-#define SM4_INLINE __attribute__((always_inline)) SM4_TARGET static inline
-#define SM4_OUTLINE __attribute__((noinline)) SM4_TARGET static
+#include "sm4/transposed_group.h"
+#include "support/avx512.h"
+#include "support/target.h"
 
 namespace wbkit {
 
 // `Bytes::rotate` rotates every byte to the left by 2.
 template <typename Bytes>
 struct Avx512 {
-    struct Group {
-        __m512i plane[kPlanes];
+    struct Vectors {
+        using Vector = __m512i;
+        WBKIT_INLINE static __m512i interleave_low(__m512i a, __m512i b) { return _mm512_unpacklo_epi8(a, b); }
+        WBKIT_INLINE static __m512i interleave_high(__m512i a, __m512i b) { return _mm512_unpackhi_epi8(a, b); }
     };
+    using Group = TransposedGroup<Vectors>;
 
-    // Interleaves the first half of 16 registers with the second, twice. That rotates the bits of a byte's position,
-    // four of its register and four of its place in a 128-bit lane, by two. `step` is the way from word to word of four
-    // registers.
-    SM4_INLINE void interleave_twice(__m512i_u *to, const __m512i_u *from, ptrdiff_t step) {
-        for (size_t i = 0; i < 4; ++i, ++from, to += 4) {
-            const __m512i even_low = _mm512_unpacklo_epi8(from[0], from[2 * step]);
-            const __m512i even_high = _mm512_unpackhi_epi8(from[0], from[2 * step]);
-            const __m512i odd_low = _mm512_unpacklo_epi8(from[step], from[3 * step]);
-            const __m512i odd_high = _mm512_unpackhi_epi8(from[step], from[3 * step]);
-            to[0] = _mm512_unpacklo_epi8(even_low, odd_low);
-            to[1] = _mm512_unpackhi_epi8(even_low, odd_low);
-            to[2] = _mm512_unpacklo_epi8(even_high, odd_high);
-            to[3] = _mm512_unpackhi_epi8(even_high, odd_high);
-        }
+    WBKIT_INLINE static __m512i xor3(__m512i a, __m512i b, __m512i c) {
+        return _mm512_ternarylogic_epi64(a, b, c, 0x96);
     }
-
-    // Rotated by four, register and place have changed places: 16 x 16 bytes are transposed in each lane.
-    SM4_OUTLINE void to_planes(const uint8_t *in, Group &group) {
-        __m512i half_way[kPlanes];
-        interleave_twice(half_way, reinterpret_cast<const __m512i_u *>(in), 4);
-        interleave_twice(group.plane, half_way, 4);
-    }
-
-    // The other way, and the words in reverse.
-    SM4_OUTLINE void from_planes(const Group &group, uint8_t *out) {
-        __m512i half_way[kPlanes];
-        interleave_twice(half_way, group.plane + 12, -4);
-        interleave_twice(reinterpret_cast<__m512i_u *>(out), half_way, 4);
-    }
-
-    SM4_INLINE __m512i xor3(__m512i a, __m512i b, __m512i c) { return _mm512_ternarylogic_epi64(a, b, c, 0x96); }
 
     // The upper six bits of each byte of `a`, the lower two of `b`.
-    SM4_INLINE __m512i join_bits(__m512i a, __m512i b) {
+    WBKIT_INLINE static __m512i join_bits(__m512i a, __m512i b) {
         return _mm512_ternarylogic_epi64(_mm512_set1_epi8(static_cast<char>(0xfc)), a, b, 0xca);
     }
 
@@ -67,12 +40,12 @@ struct Avx512 {
         __m512i quarter[4];
     };
 
-    SM4_INLINE Lane load_lane(const uint8_t *table) {
+    WBKIT_INLINE static Lane load_lane(const uint8_t *table) {
         return {{_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
                  _mm512_loadu_si512(table + 192)}};
     }
 
-    SM4_INLINE __m512i look_up(const Lane &lane, __m512i index) {
+    WBKIT_INLINE static __m512i look_up(const Lane &lane, __m512i index) {
         const __m512i low = _mm512_permutex2var_epi8(lane.quarter[0], index, lane.quarter[1]);
         const __m512i high = _mm512_permutex2var_epi8(lane.quarter[2], index, lane.quarter[3]);
         return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
@@ -81,7 +54,7 @@ struct Avx512 {
     // x ^= L(b), a word being four planes, most significant first. Rotating a word by 2 rotates each byte by 2 and
     // takes the lower two bits of the next byte; by 10 and 18 that is the same from the next plane and the one behind
     // it, by 24 it is only another plane. Added up, two of the planes give whole rotated bytes.
-    SM4_INLINE void add_linear_transform(__m512i *x, const __m512i *b) {
+    WBKIT_INLINE static void add_linear_transform(__m512i *x, const __m512i *b) {
         __m512i rotated[4];
         for (size_t j = 0; j < 4; ++j) {
             rotated[j] = Bytes::rotate(b[j]);
@@ -95,7 +68,7 @@ struct Avx512 {
 
     // After round i, planes 4 (i mod 4) and following hold X_{i+4}.
     template <size_t Groups>
-    SM4_INLINE void encrypt_round(const uint8_t *table, Group *groups, size_t i) {
+    WBKIT_INLINE static void encrypt_round(const uint8_t *table, Group *groups, size_t i) {
         __m512i b[Groups][4];
         for (size_t j = 0; j < 4; ++j) {
             const Lane lane = load_lane(table + i * kSm4RoundBytes + j * kSm4LaneBytes);
@@ -110,14 +83,14 @@ struct Avx512 {
     }
 
     template <size_t Groups>
-    SM4_OUTLINE void encrypt_groups(const uint8_t *table, Group *groups) {
+    WBKIT_OUTLINE static void encrypt_groups(const uint8_t *table, Group *groups) {
         for (size_t i = 0; i < kSm4Rounds; ++i) {
             encrypt_round<Groups>(table, groups, i);
         }
     }
 
     // One group stays in registers, which takes constant places in the ring.
-    SM4_OUTLINE void encrypt_group(const uint8_t *table, Group *groups) {
+    WBKIT_OUTLINE static void encrypt_group(const uint8_t *table, Group *groups) {
         Group group = *groups;
         for (size_t i = 0; i < kSm4Rounds; i += 4, table += 4 * kSm4RoundBytes) {
             encrypt_round<1>(table, &group, 0);

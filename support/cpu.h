@@ -38,8 +38,7 @@ inline bool cpu_has_sha() {
 #ifdef WBKIT_COMPILER_KNOWS_SHA
     return __builtin_cpu_supports("sha") && __builtin_cpu_supports("sse4.1");
 #else
-    // This compiler cannot ask for it; CPUs with GFNI have it.
-    return __builtin_cpu_supports("gfni") && __builtin_cpu_supports("sse4.1");
+    return false; // this compiler cannot ask, and no other feature tells of it
 #endif
 }
 

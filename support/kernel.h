@@ -5,22 +5,10 @@
 
 #include <span>
 
-#ifdef WBKIT_FORCED_KERNELS
-#include <stdlib.h>
-#endif
-
 namespace wbkit {
 
-// In builds with tests: WBKIT_KERNELS, names with commas between them. Null without it.
-#ifdef WBKIT_FORCED_KERNELS
-inline const char *forced_kernels() {
-    return getenv("WBKIT_KERNELS"); // NOLINT(concurrency-mt-unsafe): set before the program begins
-}
-#else
-constexpr const char *forced_kernels() {
-    return nullptr;
-}
-#endif
+// The kernels that a test or a benchmark asks for: names with commas between them. Null in the library that ships.
+const char *forced_kernels();
 
 // Written out, since benchmarks measure short calls with forced kernels.
 constexpr bool is_listed(const char *list, const char *name) {

@@ -9,11 +9,18 @@ namespace wbkit {
 // Overwrites memory with zeros, also where a compiler sees no reader any more.
 void wipe(void *data, size_t size);
 
-// Overwrites the piece of the stack on which the function that was just called worked: what its compiler put there that
-// has no name to wipe it by. Called by the caller of that function, which must not be inlined and must not take more
-// than this.
-constexpr size_t kWipedStack = 512;
-void wipe_stack();
+// Overwrites the piece of the stack on which the functions that were just called worked: what their compiler put there
+// that has no name to wipe it by. Called by their caller, into which they must not be inlined. They take at most `size`
+// bytes, which depends on the compiler and its options: a test compares the stacks that operations leave.
+template <size_t size = 512>
+[[gnu::noinline]] void wipe_stack() {
+#ifdef __OPTIMIZE__
+    uint8_t stack[size];
+#else
+    uint8_t stack[size < 65536 ? 65536 : size]; // every value has a place of its own
+#endif
+    wipe(stack, sizeof stack);
+}
 
 // Compares without telling by its time where the first difference is.
 bool equal_in_constant_time(const void *a, const void *b, size_t size);

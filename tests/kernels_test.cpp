@@ -160,13 +160,21 @@ TEST(Kernels, AesTablesMayHoldAnything) {
     }
 }
 
+// Single blocks, and batches of every kind.
+constexpr size_t kSomeCounts[] = {1, 3, 40, 64, 129};
+
+// What comes out means nothing, as long as it comes from inside the tables.
 TEST(Kernels, AesXorEntriesBeyondANibbleStayInsideTheTable) {
     test::AesTables tables = random_tables(10, 4);
-    tables.xor_table = Bytes(256, 0xff);
-    const AesKey key(tables);
-    for (const KernelRow &row : usable(wbkit::aes_kernels())) {
-        Bytes block(16);
-        row.encrypt(key.entry, block.data(), block.data(), 1); // what comes out means nothing
+    for (const Bytes &entries : {Bytes(256, 0xff), test::sample(256, 9)}) {
+        tables.xor_table = entries;
+        const AesKey key(tables);
+        for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+            for (const size_t blocks : kSomeCounts) {
+                FencedBytes text(blocks * kBlock, FencedBytes::Fence::behind);
+                row.encrypt(key.entry, text.data(), text.data(), blocks);
+            }
+        }
     }
 }
 
@@ -175,16 +183,20 @@ TEST(Kernels, AesWithoutAnAesRoundCountTakesTheLastRoundAlone) {
     for (const int32_t rounds : {0, -1, 11, 1000}) {
         key.entry.Nr = rounds;
         key.entry.Tyboxes = nullptr;
-        Bytes state = test::sample(16);
-        Bytes expected = state;
-        ShiftRows(expected.data());
-        for (size_t p = 0; p < 16; ++p) {
-            expected[p] = key.tables.last_round[p * 256 + expected[p]];
-        }
-        for (const KernelRow &row : usable(wbkit::aes_kernels())) {
-            Bytes out(16);
-            row.encrypt(key.entry, state.data(), out.data(), 1);
-            EXPECT_EQ(out, expected) << row.name << ' ' << rounds;
+        for (const size_t blocks : kSomeCounts) {
+            const Bytes text = test::sample(blocks * kBlock);
+            Bytes expected = text;
+            for (size_t i = 0; i < expected.size(); ++i) {
+                if (i % kBlock == 0) {
+                    ShiftRows(expected.data() + i);
+                }
+                expected[i] = key.tables.last_round[i % kBlock * 256 + expected[i]];
+            }
+            for (const KernelRow &row : usable(wbkit::aes_kernels())) {
+                Bytes out(text.size());
+                row.encrypt(key.entry, text.data(), out.data(), blocks);
+                EXPECT_EQ(out, expected) << row.name << ' ' << rounds << ", " << blocks << " blocks";
+            }
         }
     }
 }
