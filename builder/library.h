@@ -12,7 +12,7 @@
 namespace wbtables {
 
 struct BuildOptions {
-    EncodingKind encoding = EncodingKind::randomised;
+    EncodingKind encoding = EncodingKind::hardened;
     std::string compiler = "clang";
     bool check = true;
     std::function<void(std::string_view step)> progress{};

@@ -16,10 +16,10 @@ namespace {
 
 wbtables::EncodingKind encoding() {
     const char *name = getenv("WBKIT_TEST_ENCODING");
-    if (name == nullptr || (strcmp(name, "none") != 0 && strcmp(name, "default") != 0)) {
-        throw std::runtime_error("WBKIT_TEST_ENCODING is neither none nor default");
+    if (name == nullptr || (strcmp(name, "none") != 0 && strcmp(name, "hardened") != 0)) {
+        throw std::runtime_error("WBKIT_TEST_ENCODING is neither none nor hardened");
     }
-    return strcmp(name, "none") == 0 ? wbtables::EncodingKind::none : wbtables::EncodingKind::randomised;
+    return strcmp(name, "none") == 0 ? wbtables::EncodingKind::none : wbtables::EncodingKind::hardened;
 }
 
 wbtables::Algorithm algorithm(bool sm4, const Bytes &key) {

@@ -26,7 +26,7 @@ struct Key {
     Bytes run(ModeFunction function, const Bytes &iv, const Bytes &in) const;
 };
 
-// Each library holds ten keys. WBKIT_TEST_ENCODING chooses the tables: "none" or "default".
+// Each library holds ten keys. WBKIT_TEST_ENCODING chooses the tables: "none" or "hardened".
 class FoldedVectors {
   public:
     explicit FoldedVectors(const std::string &kind);

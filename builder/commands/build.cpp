@@ -1,9 +1,11 @@
 #include "builder/commands/build.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +15,7 @@
 #include "builder/commands/interrupt.h"
 #include "builder/commands/library_log.h"
 #include "builder/keys/key_set.h"
+#include "builder/keys/random.h"
 #include "builder/library.h"
 #include "builder/manifest/manifest.h"
 
@@ -24,9 +27,10 @@ namespace fs = std::filesystem;
 struct BuildCommand {
     std::string manifest;
     std::string folder;
-    std::string encoding = "default";
+    std::string encoding = "hardened";
     std::string compiler = "clang";
     bool allow_inline_keys = false;
+    std::optional<std::uint64_t> seed; // only builds with tests have the option
 };
 
 constexpr const char *kHelp = R"(A manifest is a TOML file:
@@ -69,11 +73,17 @@ void warn_of_readable_keys(const KeySet &set, EncodingKind encoding) {
 }
 
 void run_build(const BuildCommand &command) {
+#ifdef WBTABLES_SEEDED_RANDOM
+    if (command.seed) {
+        seed_random(command.seed);
+        warn("WARNING: --seed: whoever knows the seed knows the library's random keys and encodings. For tests only!");
+    }
+#endif
     const KeySet set = parse_manifest(command.manifest, {command.allow_inline_keys});
     // Until now there was nothing to tidy up, and reading a secret may have waited for a long time.
     note_interruptions();
     BuildOptions options;
-    options.encoding = command.encoding == "none" ? EncodingKind::none : EncodingKind::randomised;
+    options.encoding = command.encoding == "none" ? EncodingKind::none : EncodingKind::hardened;
     options.compiler = command.compiler;
     options.library_log = take_library_log;
     options.interrupted = was_interrupted;
@@ -95,10 +105,13 @@ void add_build_command(CLI::App &app, std::function<void()> &run) {
     build->add_option("-o,--output", command->folder, "the folder, an existing one, that the library goes to")
         ->type_name("DIR")
         ->required();
-    build->add_option("--encoding", command->encoding, "default: random encodings; none: the plain tables, for tests")
-        ->check(CLI::IsMember({"default", "none"}));
+    build->add_option("--encoding", command->encoding, "hardened (the default), or none: the plain tables, for tests")
+        ->check(CLI::IsMember({"hardened", "none"}));
     build->add_option("--cc", command->compiler, "the compiler, a clang with lld")->type_name("CMD");
     build->add_flag("--allow-inline-keys", command->allow_inline_keys, "let secrets stand in the manifest itself");
+#ifdef WBTABLES_SEEDED_RANDOM
+    build->add_option("--seed", command->seed, "take every random number from this one, for tests");
+#endif
     build->footer(kHelp);
     build->callback([command, &run] { run = [command] { run_build(*command); }; });
 }

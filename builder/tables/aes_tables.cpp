@@ -1,9 +1,9 @@
 #include "builder/tables/aes_tables.h"
 
 #include <array>
-#include <numeric>
 
 #include "builder/tables/aes_key_schedule.h"
+#include "builder/tables/column_order.h"
 
 namespace wbtables {
 namespace {
@@ -28,16 +28,11 @@ constexpr std::array<std::uint8_t, 4> mix_column(std::uint8_t byte, std::size_t 
     return column;
 }
 
-constexpr std::array<std::uint8_t, kBytes> identity_map() {
-    std::array<std::uint8_t, kBytes> map{};
-    std::iota(map.begin(), map.end(), std::uint8_t{0});
-    return map;
-}
-
 class AesTableMaker {
   public:
     AesTableMaker(std::span<const std::uint8_t> key, EncodingKind kind)
-        : table_rounds_(key.size() / 4 + 5), schedule_(expand_aes_key(key)), encoding_(kind, table_rounds_) {}
+        : table_rounds_(key.size() / 4 + 5), schedule_(expand_aes_key(key)), encoding_(kind, table_rounds_),
+          order_(kind, table_rounds_) {}
 
     [[nodiscard]] AesTables make() const {
         const auto round_count = static_cast<std::uint8_t>(table_rounds_ + 1);
@@ -72,23 +67,25 @@ class AesTableMaker {
 
     // The S-box's output for what reaches `position` in `round` as the stored byte `stored`.
     [[nodiscard]] std::uint8_t substitute(std::size_t round, std::size_t position, std::size_t stored) const {
-        static constexpr auto kPlainInput = identity_map();
         const std::size_t from = shifted_from(position);
-        const std::uint8_t *const to_plain = round == 0 ? kPlainInput.data() : encoding_.to_plain(round - 1, from);
-        return kAesSbox[to_plain[stored] ^ schedule_[16 * round + from]];
+        const std::size_t plain = round == 0 ? stored : encoding_.plain(round - 1, from, stored);
+        return kAesSbox[plain ^ schedule_[16 * round + order_.true_position(round, from)]];
     }
 
+    // Rows are stored in an order of their own: the true row counts in MixColumns, the stored one in the sum.
     void set_word(std::uint8_t *word, std::size_t round, std::size_t position, std::uint8_t substituted) const {
-        const std::size_t column = position / 4;
-        const auto mixed = mix_column(substituted, position % 4);
+        const auto mixed = mix_column(substituted, order_.true_position(round, shifted_from(position)) % 4);
         for (std::size_t row = 0; row < 4; ++row) {
-            word[3 - row] = encoding_.to_stored(round, 4 * column + row)[mixed[row]];
+            const std::size_t to = position / 4 * 4 + row;
+            const std::uint8_t share = mixed[order_.true_position(round + 1, to) % 4];
+            word[3 - row] = encoding_.contribution(round, to, position % 4, share);
         }
     }
 
     std::size_t table_rounds_;
     SecretBytes schedule_;
     Encoding encoding_;
+    ColumnOrder order_;
 };
 
 } // namespace

@@ -3,39 +3,37 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "builder/keys/secret_bytes.h"
+#include "builder/tables/encoding_kind.h"
+#include "builder/tables/nibble_code.h"
 
 namespace wbtables {
 
-enum class EncodingKind {
-    none,       // bytes are themselves: the key can be read from the tables
-    randomised, // the default
-};
-
-// A byte y at one position of the state behind one table round is stored as f(L y): L is a random invertible matrix
-// over GF(2) of that round and position, f one random bijection of nibbles, applied to both halves, for the whole key.
-//
-// The XOR table has X[f(a)][f(b)] = f(a XOR b). Since L is linear, the contributions of a column can be XORed through
-// it whatever L they carry, so one table serves every round.
+// A byte y at one position of the state behind one table round is stored as the nibble code of L y + e: L is a mixing
+// matrix, e a byte, both of that round and position. The four words that are added to the stored byte contribute
+// L y_i + e_i each; the e_i are random, e is their sum and the constant term of the XOR table.
 class Encoding {
   public:
     // `boundaries` is the number of table rounds.
     Encoding(EncodingKind kind, std::size_t boundaries);
 
-    // The map of one boundary and position, and its inverse.
-    [[nodiscard]] const std::uint8_t *to_stored(std::size_t boundary, std::size_t position) const;
-    [[nodiscard]] const std::uint8_t *to_plain(std::size_t boundary, std::size_t position) const;
+    // What a word of `row` holds for its share `byte` of the byte at a position.
+    [[nodiscard]] std::uint8_t contribution(std::size_t boundary, std::size_t position, std::size_t row,
+                                            std::uint8_t byte) const;
+    // The byte that stands at a position as `stored`.
+    [[nodiscard]] std::uint8_t plain(std::size_t boundary, std::size_t position, std::size_t stored) const;
 
-    [[nodiscard]] const SecretBytes &xor_table() const { return xor_table_; }
+    [[nodiscard]] const SecretBytes &xor_table() const { return nibbles_.xor_table(); }
 
   private:
-    void set_xor_table(const SecretBytes &nibbles);
-    void set_maps(std::size_t index, EncodingKind kind, const SecretBytes &nibbles);
+    void set_place(std::size_t place, std::span<const std::uint8_t> matrix);
 
-    SecretBytes to_stored_;
-    SecretBytes to_plain_;
-    SecretBytes xor_table_;
+    NibbleCode nibbles_;
+    SecretBytes mixed_; // [place][byte]
+    SecretBytes masks_; // [place][row]
+    SecretBytes plain_; // [place][stored byte]
 };
 
 } // namespace wbtables

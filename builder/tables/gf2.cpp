@@ -1,42 +1,32 @@
 #include "builder/tables/gf2.h"
 
-#include "builder/keys/random.h"
+#include <array>
+#include <cstddef>
+
+#include <openssl/crypto.h>
 
 namespace wbtables {
 
-bool is_invertible(const Gf2Matrix &columns) {
-    // Eliminates column by column: each must keep a bit that no earlier one accounts for.
-    Gf2Matrix rest = columns;
-    for (std::size_t i = 0; i < rest.size(); ++i) {
-        if (rest[i] == 0) {
-            return false;
-        }
-        const unsigned pivot = rest[i] & -static_cast<unsigned>(rest[i]);
-        for (std::size_t k = i + 1; k < rest.size(); ++k) {
-            if ((rest[k] & pivot) != 0) {
-                rest[k] ^= rest[i];
-            }
-        }
+std::uint8_t multiply(std::span<const std::uint8_t> rows, std::uint8_t word) {
+    unsigned image = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        image |= static_cast<unsigned>(parity(rows[i] & word)) << i;
     }
-    return true;
+    return static_cast<std::uint8_t>(image);
 }
 
-Gf2Matrix random_invertible_matrix() {
-    Gf2Matrix columns{};
-    do {
-        fill_random(columns);
-    } while (!is_invertible(columns));
-    return columns;
-}
-
-std::uint8_t multiply(const Gf2Matrix &columns, std::uint8_t byte) {
-    std::uint8_t image = 0;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        if ((byte & 1U << i) != 0) {
-            image ^= columns[i];
+bool is_invertible(std::span<const std::uint8_t> rows) {
+    // All sums of the rows are different exactly if no sum of some of them is zero.
+    std::array<std::uint8_t, 256> sums{};
+    bool invertible = true;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        for (std::size_t k = 0; k < 1U << i; ++k) {
+            sums[(1U << i) + k] = sums[k] ^ rows[i];
+            invertible = invertible && sums[(1U << i) + k] != 0;
         }
     }
-    return image;
+    OPENSSL_cleanse(sums.data(), sums.size());
+    return invertible;
 }
 
 } // namespace wbtables

@@ -1,20 +1,20 @@
-// Linear maps of bytes: 8x8 matrices over GF(2).
+// Linear maps over GF(2) of words of up to 8 bits.
 #pragma once
 
-#include <array>
+#include <bit>
 #include <cstdint>
 #include <span>
 
 namespace wbtables {
 
-// columns[i] is the image of the byte 1 << i.
-using Gf2Matrix = std::array<std::uint8_t, 8>;
+constexpr bool parity(unsigned bits) {
+    return (std::popcount(bits) & 1) != 0;
+}
 
-bool is_invertible(const Gf2Matrix &columns);
+// Bit i of the image is the parity of the bits that rows[i] selects.
+std::uint8_t multiply(std::span<const std::uint8_t> rows, std::uint8_t word);
 
-// Uniform among the invertible matrices.
-Gf2Matrix random_invertible_matrix();
-
-std::uint8_t multiply(const Gf2Matrix &columns, std::uint8_t byte);
+// `rows` has as many rows as columns, at most 8.
+bool is_invertible(std::span<const std::uint8_t> rows);
 
 } // namespace wbtables

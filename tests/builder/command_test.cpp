@@ -85,6 +85,18 @@ TEST_F(Command, WarnsAloudOfPlainTables) {
               "wbtables: warning: SM4 round keys can be read from the tables of SM4 keys\n");
 }
 
+TEST_F(Command, RepeatsALibraryFromASeedAndSaysWhatThatMeans) {
+    std::string first;
+    for (const char *const seed : {"1", "1", "2"}) {
+        const CommandResult result = run({"build", "demo.toml", "-o", "out", "--seed", seed});
+        EXPECT_EQ(result.exit_code, 0);
+        EXPECT_NE(result.err.find("WARNING: --seed"), std::string::npos) << result.err;
+        const std::string made = test::read_text(folder() / "out/libwb_tables_demo_1.so");
+        EXPECT_EQ(first.empty() || made == first, seed[0] == '1');
+        first = made;
+    }
+}
+
 TEST_F(Command, HelpAndVersionSucceed) {
     EXPECT_NE(run({"build", "--help"}).out.find("wbtables build demo.toml -o out"), std::string::npos);
     EXPECT_NE(run({"--help"}).out.find("build"), std::string::npos);

@@ -48,8 +48,8 @@ class BuiltLibrary {
 };
 
 class EveryEncoding : public testing::TestWithParam<EncodingKind> {};
-INSTANTIATE_TEST_SUITE_P(Library, EveryEncoding, testing::Values(EncodingKind::none, EncodingKind::randomised),
-                         [](const auto &each) { return each.param == EncodingKind::none ? "none" : "randomised"; });
+INSTANTIATE_TEST_SUITE_P(Library, EveryEncoding, testing::Values(EncodingKind::none, EncodingKind::hardened),
+                         [](const auto &each) { return each.param == EncodingKind::none ? "none" : "hardened"; });
 
 TEST_P(EveryEncoding, TablesEncryptAsOpensslDoes) {
     const auto set = key_set_of({key_of("a-128.x", Algorithm::aes128), key_of("_a192", Algorithm::aes192),
