@@ -21,12 +21,15 @@ struct Recovery {
     std::string remark;     // why there is no key, in a sentence; never a secret
 };
 
-Recovery read_out_aes(const AesTablesView &tables);          // round keys that stand in the tables as they are
-Recovery recover_by_structure(const AesTablesView &tables);  // peels the XOR table, fits the S-box
-Recovery recover_by_collisions(const AesTablesView &tables); // from the round tables without the XOR table
-Recovery recover_by_faults(
-    const AesTablesView &tables); // differential faults; the tables serve as a black box with one faulty state byte
+// Round keys that stand in the tables as they are.
+Recovery read_out_aes(const AesTablesView &tables);
 Recovery read_out_sm4(const Sm4TablesView &tables);
+// Peels the XOR table, fits the S-box.
+Recovery recover_by_structure(const AesTablesView &tables);
+// From the round tables. The XOR table serves to run the first round, for keys longer than a round key, and no more.
+Recovery recover_by_collisions(const AesTablesView &tables);
+// The tables serve as a black box in which one state byte can be changed.
+Recovery recover_by_faults(const AesTablesView &tables);
 
 // Correlation of simulated traces of the first table round with the bits of u = S(p ^ k), 2u, 3u and the field inverse of
 // p ^ k (26 different linear masks of u), for every byte of the first round key.

@@ -19,4 +19,7 @@ extern const std::array<std::uint8_t, 256> kAesSbox;
 // 16 * (rounds + 1) bytes. `key` has 16, 24 or 32.
 SecretBytes expand_aes_key(std::span<const std::uint8_t> key);
 
+// The way back: the key whose schedule ends with `end`, which is as long as the key.
+SecretBytes aes_key_of_schedule_end(std::span<const std::uint8_t> end);
+
 } // namespace wbtables
