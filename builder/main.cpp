@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <sys/resource.h>
 
+#include "builder/commands/audit.h"
 #include "builder/commands/build.h"
 #include "builder/commands/exit_code.h"
 #include "builder/commands/interrupt.h"
@@ -41,6 +42,7 @@ int run(int argc, char **argv) {
     app.require_subcommand(1);
     app.footer("Example: wbtables build demo.toml -o out");
     add_build_command(app, command);
+    add_audit_command(app, command);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

@@ -31,8 +31,8 @@ Recovery recover_by_collisions(const AesTablesView &tables);
 // The tables serve as a black box in which one state byte can be changed.
 Recovery recover_by_faults(const AesTablesView &tables);
 
-// Correlation of simulated traces of the first table round with the bits of u = S(p ^ k), 2u, 3u and the field inverse of
-// p ^ k (26 different linear masks of u), for every byte of the first round key.
+// Correlation of simulated traces of the first table round with the bits of u = S(p ^ k), 2u, 3u and the field inverse
+// of p ^ k (26 different linear masks of u), for every byte of the first round key.
 //
 // A trace has a sample for every bit that the block function reads or computes in that round: of the 16 words, of the 8
 // results of adding two words, of the 4 of adding those, which are the stored bytes. It has no noise.
@@ -41,11 +41,11 @@ struct CorrelatedByte {
     std::array<double, 256> peak{};
     // The guess with the highest peak: what an unmodified attack answers.
     std::size_t highest_guess = 0;
-    // The guess whose highest correlation with the 32 bits of this byte's own word is the lowest: what an attack answers
-    // that knows of matrices chosen against predictions. Over all 256 plaintext bytes the right guess of a hardened key
-    // then has zero exactly and every wrong one has not; over random ones it has what chance makes of zero. Other samples
-    // are left out since further bytes mask them: there every guess has what chance makes of zero. Without encodings
-    // this guess means nothing.
+    // The guess whose highest correlation with the 32 bits of this byte's own word is the lowest: what an attack
+    // answers that knows of matrices chosen against predictions. Over all 256 plaintext bytes the right guess of a
+    // hardened key then has zero exactly, wrong ones have far more; over random ones it has what chance makes of zero.
+    // Other samples are left out since further bytes mask them: there every guess has what chance makes of zero.
+    // Without encodings this guess means nothing.
     std::size_t lowest_guess = 0;
 };
 struct Correlation {

@@ -1,7 +1,8 @@
 // Implementation notes. A prediction depends on one plaintext byte x alone, so the traces are added up by the value of
-// that byte. With f(x) = -1 to the power of the mask of S(x), the covariance of a sample with the prediction for guess k
-// is then the sum over x of s(x) f(x ^ k), for all guesses at once the XOR convolution of s and f: three Walsh-Hadamard
-// transforms, of which that of f is made once and that of s once for all masks. They run over many samples in step.
+// that byte. With f(x) = -1 to the power of the mask of S(x), the covariance of a sample with the prediction for guess
+// k is then the sum over x of s(x) f(x ^ k), for all guesses at once the XOR convolution of s and f: three
+// Walsh-Hadamard transforms, of which that of f is made once and that of s once for all masks. They run over many
+// samples in step.
 
 #include <algorithm>
 #include <array>

@@ -36,8 +36,8 @@ class RandomStream {
 };
 
 #ifdef WBTABLES_SEEDED_RANDOM
-// For tests that must repeat: all that follows comes from `seed`, in every thread, or again from the system without one.
-// Only builds with tests have it.
+// For tests that must repeat: all that follows comes from `seed`, in every thread, or again from the system without
+// one. Only builds with tests have it.
 void seed_random(std::optional<std::uint64_t> seed);
 #endif
 

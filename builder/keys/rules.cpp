@@ -7,18 +7,11 @@
 
 #include <fmt/format.h>
 
+#include "builder/keys/limits.h"
+
 namespace wbtables {
 namespace {
 
-// What the library's buffers hold, terminators not counted.
-constexpr std::size_t kLongestFileName = 199;
-constexpr std::size_t kLongestAppid = 79;
-constexpr std::size_t kLongestWhitelist = 4999;
-constexpr std::size_t kLongestAccessText = 99;
-constexpr std::size_t kLongestKeyId = 68;
-constexpr std::size_t kLongestSigningKeyId = 50; // its hex text has room for 100 characters
-constexpr std::size_t kLongestIdList = 209;
-constexpr std::size_t kSlots = 10;
 constexpr std::size_t kSigningKeyLen = 32;
 
 constexpr std::string_view kAlphanumeric = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";

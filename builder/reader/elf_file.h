@@ -10,39 +10,56 @@
 #include <string_view>
 #include <vector>
 
+#include "builder/reader/elf_contents.h"
+
 namespace wbtables {
 
 class ElfFile {
   public:
-    struct Symbol { // defined and exported
-        std::string name;
-        std::uint64_t address;
-        std::uint64_t size;
-    };
+    using Symbol = ElfSymbol;
 
     // Reads the whole file. Throws an Error (Failure::library) that names the file and what is wrong with it. The file is
     // hostile until checked: every offset, size, count, string and relocation.
     explicit ElfFile(const std::filesystem::path &path);
+    // What it hands out are views into its bytes: it can move, they stay.
+    ElfFile(const ElfFile &) = delete;
+    ElfFile &operator=(const ElfFile &) = delete;
+    ElfFile(ElfFile &&) = default;
+    ElfFile &operator=(ElfFile &&) = default;
+    ~ElfFile() = default;
 
-    [[nodiscard]] const std::vector<Symbol> &symbols() const; // sorted by name
+    [[nodiscard]] const std::vector<Symbol> &symbols() const { return contents_.symbols; } // sorted by name
+    // The first of that name.
     [[nodiscard]] const Symbol *find(std::string_view name) const;
-    // The file's bytes from a virtual address up to the end of what the file holds there, at most `size`.
-    // Nothing if fewer than `size` bytes are there.
-    [[nodiscard]] std::optional<std::span<const std::uint8_t>> bytes(std::uint64_t address, std::size_t size) const;
+    // The `size` bytes that the file holds for an address. Nothing if it holds fewer in that segment.
+    [[nodiscard]] std::optional<std::span<const std::uint8_t>> bytes(std::uint64_t address, std::uint64_t size) const {
+        return contents_.bytes(address, size);
+    }
     // All bytes from an address up to the end of its segment's file part; empty if the address is not in one.
-    [[nodiscard]] std::span<const std::uint8_t> bytes_from(std::uint64_t address) const;
+    [[nodiscard]] std::span<const std::uint8_t> bytes_from(std::uint64_t address) const {
+        return contents_.bytes_from(address);
+    }
     // The pointer at an address after relocation against this file alone; 0 is a null pointer. Nothing: no pointer
     // there, or one that another library decides.
     [[nodiscard]] std::optional<std::uint64_t> pointer(std::uint64_t address) const;
+    // Whether the loader changes any of these bytes, so that they are not what the file says.
+    [[nodiscard]] bool is_relocated(std::uint64_t address, std::uint64_t size) const;
 
-    [[nodiscard]] std::string_view abi() const;    // arm64-v8a, armeabi-v7a, x86_64, x86; else the machine's name
-    [[nodiscard]] std::size_t pointer_len() const; // 4 or 8
-    [[nodiscard]] std::string_view soname() const; // empty: none
-    [[nodiscard]] std::uint64_t page_alignment() const; // the least of the loadable segments
-    [[nodiscard]] std::size_t relocations() const;
-    [[nodiscard]] bool has_text_relocations() const;
-    [[nodiscard]] std::vector<std::string> needed() const;
-    [[nodiscard]] std::uint64_t file_size() const;
+    // arm64-v8a, armeabi-v7a, x86_64, x86; "machine" and its number for another.
+    [[nodiscard]] std::string_view abi() const { return contents_.abi; }
+    [[nodiscard]] std::size_t pointer_len() const { return contents_.pointer_len; }         // 4 or 8
+    [[nodiscard]] std::string_view soname() const { return contents_.soname; }              // empty: none
+    [[nodiscard]] std::uint64_t page_alignment() const { return contents_.page_alignment; } // least of the segments'
+    [[nodiscard]] std::size_t relocations() const { return contents_.relocations.size(); }
+    [[nodiscard]] bool has_text_relocations() const { return contents_.text_relocations; }
+    [[nodiscard]] const std::vector<std::string> &needed() const { return contents_.needed; }
+    [[nodiscard]] std::uint64_t file_size() const { return contents_.file.size(); }
+
+  private:
+    ElfContents contents_;
 };
+
+// What ElfFile::abi() says of this machine's own libraries; empty on a machine that Android does not know.
+std::string_view host_abi();
 
 } // namespace wbtables

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "builder/keys/secret_bytes.h"
@@ -13,26 +14,56 @@
 
 namespace wbtables {
 
+// libwb_tables_<wbid>_<version>.so
+struct LibraryName {
+    std::string wbid;
+    std::int32_t version;
+};
+std::optional<LibraryName> parse_library_name(std::string_view file_name);
+
 class TableLibraryFile {
   public:
     // Throws an Error if the file is no shared object. What a table library lacks or has wrong is in problems() instead,
     // so that whatever can be read of a damaged or foreign one is read.
     explicit TableLibraryFile(const std::filesystem::path &path);
 
-    [[nodiscard]] const ElfFile &elf() const;
-    // From the file's name, else the SONAME: libwb_tables_<wbid>_<version>.so.
-    [[nodiscard]] const std::optional<std::string> &wbid() const;
-    [[nodiscard]] std::optional<std::int32_t> version() const;
-    [[nodiscard]] std::string encoding() const; // what symbol wbtables_encoding says; "unknown" without it
-    [[nodiscard]] const std::string &appid() const;
-    [[nodiscard]] const std::optional<std::string> &whitelist() const;
-    [[nodiscard]] const SecretBytes &sk() const;
-    [[nodiscard]] const SecretBytes &ak() const;
-    [[nodiscard]] const std::vector<AesTablesView> &aes_keys() const; // complete ones; views into the file's bytes
-    [[nodiscard]] const std::vector<Sm4TablesView> &sm4_keys() const;
-    // The entry texts of the `keys` array, in slot order.
-    [[nodiscard]] const std::vector<std::string> &signing_entries() const;
-    [[nodiscard]] const std::vector<std::string> &problems() const; // a sentence each, naming symbol, slot and limit
+    [[nodiscard]] const ElfFile &elf() const { return elf_; }
+    // From the file's name, else the SONAME, else the symbols.
+    [[nodiscard]] const std::optional<std::string> &wbid() const { return contents_.wbid; }
+    [[nodiscard]] std::optional<std::int32_t> version() const { return contents_.version; }
+    // What symbol wbtables_encoding says; "unknown" without it.
+    [[nodiscard]] const std::string &encoding() const { return contents_.encoding; }
+    // Texts: empty without the symbol, and cut at 64 KiB.
+    [[nodiscard]] const std::string &appid() const { return contents_.appid; }
+    [[nodiscard]] const std::optional<std::string> &whitelist() const { return contents_.whitelist; }
+    [[nodiscard]] const SecretBytes &sk() const { return contents_.sk; }
+    [[nodiscard]] const SecretBytes &ak() const { return contents_.ak; }
+    // In slot order. Complete ones; views into the file's bytes. Of an id in both lists the SM4 key counts, as for the
+    // library.
+    [[nodiscard]] const std::vector<AesTablesView> &aes_keys() const { return contents_.aes_keys; }
+    [[nodiscard]] const std::vector<Sm4TablesView> &sm4_keys() const { return contents_.sm4_keys; }
+    // The entry texts of the `keys` array, in slot order. What they pack is not looked at here.
+    [[nodiscard]] const std::vector<std::string> &signing_entries() const { return contents_.signing_entries; }
+    // A sentence each, naming symbol, slot and limit; never a secret, and harmless on a terminal.
+    [[nodiscard]] const std::vector<std::string> &problems() const { return contents_.problems; }
+
+    struct Contents {
+        std::optional<std::string> wbid;
+        std::optional<std::int32_t> version;
+        std::string encoding = "unknown";
+        std::string appid;
+        std::optional<std::string> whitelist;
+        SecretBytes sk;
+        SecretBytes ak;
+        std::vector<AesTablesView> aes_keys;
+        std::vector<Sm4TablesView> sm4_keys;
+        std::vector<std::string> signing_entries;
+        std::vector<std::string> problems;
+    };
+
+  private:
+    ElfFile elf_;
+    Contents contents_;
 };
 
 } // namespace wbtables

@@ -8,11 +8,11 @@
 
 namespace wbtables {
 
-// Before each table round, stored column k holds true column c[k], c a random permutation of that round. The input's and
-// the output's order is the true one, and with them that before the second round and before the last, since ShiftRows is
-// the block function's: it fixes in which row each byte of a column is stored. The byte that ShiftRows moves from column k,
-// row i to column k - i must be one that the true ShiftRows moves to the column that is stored there in the next round, so
-// it is of true row c[k] - c_next[k - i], modulo 4.
+// Before each table round, stored column k holds true column c[k], c a random permutation of that round. The input's
+// and the output's order is the true one, and with them that before the second round and before the last, since
+// ShiftRows is the block function's: it fixes in which row each byte of a column is stored. The byte that ShiftRows
+// moves from column k, row i to column k - i must be one that the true ShiftRows moves to the column that is stored
+// there in the next round, so it is of true row c[k] - c_next[k - i], modulo 4.
 //
 // Uniform, independently for each of the rounds in between.
 class ColumnOrder {

@@ -27,7 +27,7 @@ constexpr std::array<bool, 256> kIsForbidden = [] {
 constexpr std::size_t kNibbleRows = 4;
 using SumsOfRows = std::array<std::uint8_t, 1U << kNibbleRows>;
 
-// Draws row after row until a sum is forbidden, which one of two first rows and then most further ones cause.
+// Draws row after row until a sum is forbidden: about one nibble in forty is drawn to its end.
 bool draw_nibble(std::span<std::uint8_t> rows, SumsOfRows &sums, RandomStream &random) {
     sums[0] = 0;
     for (std::size_t i = 0; i < kNibbleRows; ++i) {

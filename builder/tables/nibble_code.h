@@ -11,8 +11,8 @@
 namespace wbtables {
 
 // A nibble v is stored as h(v), h a bijection of which every combination of output bits is as far from every affine
-// function as four bits allow (linearity 8). The XOR table is X[a][b] = h(A h'(a) + B h'(b) + c), h' the inverse of h, +
-// the XOR, A and B invertible 4x4 matrices over GF(2), c a nibble.
+// function as four bits allow (linearity 8). The XOR table is X[a][b] = h(A h'(a) + B h'(b) + c), h' the inverse of h,
+// + the XOR, A and B invertible 4x4 matrices over GF(2), c a nibble.
 //
 // The block function takes the words w0 to w3 of a column, row 0 first, as X[X[w0][w1]][X[w2][w3]], that is
 //   h(AA h'(w0) + AB h'(w1) + BA h'(w2) + BB h'(w3) + (A + B + I) c).

@@ -1,0 +1,40 @@
+#include "builder/reader/elf_contents.h"
+
+#include <algorithm>
+
+namespace wbtables {
+
+std::span<const std::uint8_t> ElfContents::bytes_from(std::uint64_t address) const {
+    const auto after = std::ranges::upper_bound(segments, address, {}, &ElfSegment::address);
+    if (after == segments.begin()) {
+        return {};
+    }
+    const ElfSegment &segment = *std::prev(after);
+    const std::uint64_t skipped = address - segment.address;
+    if (skipped >= segment.file_size) {
+        return {};
+    }
+    return std::span(file).subspan(segment.offset + skipped, segment.file_size - skipped);
+}
+
+std::optional<std::span<const std::uint8_t>> ElfContents::bytes(std::uint64_t address, std::uint64_t size) const {
+    const auto all = bytes_from(address);
+    if (all.size() < size) {
+        return std::nullopt;
+    }
+    return all.first(size);
+}
+
+std::optional<std::uint64_t> ElfContents::number(std::uint64_t address, std::size_t size) const {
+    const auto field = bytes(address, size);
+    if (!field) {
+        return std::nullopt;
+    }
+    std::uint64_t value = 0;
+    for (std::size_t i = size; i > 0; --i) {
+        value = value << 8U | (*field)[i - 1];
+    }
+    return value;
+}
+
+} // namespace wbtables

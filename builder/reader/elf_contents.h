@@ -1,0 +1,60 @@
+// What is read out of a shared object once, when its file is opened.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "builder/keys/secret_bytes.h"
+
+namespace wbtables {
+
+// A file that says of itself what cannot be; the text says what, and goes on after the file's name.
+class MalformedElf : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ElfSymbol { // defined and exported
+    std::string name;
+    std::uint64_t address;
+    std::uint64_t size; // as the file says; 0: it does not say
+};
+
+struct ElfSegment {
+    std::uint64_t address;
+    std::uint64_t memory_size; // file_size <= memory_size, and address + memory_size does not overflow
+    std::size_t offset;
+    std::size_t file_size; // offset + file_size <= the file's size
+};
+
+struct ElfRelocation {
+    std::uint64_t address = 0;
+    std::optional<std::uint64_t> target; // nothing: another library decides, or its kind is unknown
+};
+
+struct ElfContents {
+    SecretBytes file;
+    std::string abi;
+    std::size_t pointer_len = 0;
+    std::vector<ElfSegment> segments; // loadable ones, in order of address, apart from each other
+    std::uint64_t page_alignment = 0;
+    std::vector<ElfSymbol> symbols;         // sorted by name
+    std::vector<ElfRelocation> relocations; // sorted by address
+    bool text_relocations = false;
+    std::string soname;
+    std::vector<std::string> needed;
+
+    // What the file holds from an address up to the end of its segment's file part; empty if the address is in none.
+    [[nodiscard]] std::span<const std::uint8_t> bytes_from(std::uint64_t address) const;
+    // Nothing if fewer bytes are there.
+    [[nodiscard]] std::optional<std::span<const std::uint8_t>> bytes(std::uint64_t address, std::uint64_t size) const;
+    // A little-endian number of 4 or 8 bytes.
+    [[nodiscard]] std::optional<std::uint64_t> number(std::uint64_t address, std::size_t size) const;
+};
+
+} // namespace wbtables

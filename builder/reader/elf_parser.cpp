@@ -1,0 +1,302 @@
+#include "builder/reader/elf_parser.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <utility>
+
+#include <fmt/format.h>
+#include <gelf.h>
+#include <libelf.h>
+
+#include "builder/reader/elf_relocations.h"
+
+namespace wbtables {
+namespace {
+
+constexpr std::size_t kMostSegments = 1024;
+constexpr std::size_t kMostDynamicEntries = 4096;
+constexpr std::size_t kMostSymbols = std::size_t{1} << 16U;
+constexpr std::size_t kLongestName = 1024;
+
+class ElfParser {
+  public:
+    explicit ElfParser(SecretBytes file) : elf_(nullptr, elf_end) { contents_.file = std::move(file); }
+
+    ElfContents parse() {
+        open();
+        read_segments();
+        read_dynamic();
+        read_symbols();
+        read_relocations();
+        std::ranges::stable_sort(contents_.symbols, {}, &ElfSymbol::name);
+        return std::move(contents_);
+    }
+
+  private:
+    // What the dynamic section says of each tag that is used here; the last one counts, as for a loader.
+    struct Dynamic {
+        std::int64_t tag;
+        std::optional<std::uint64_t> value;
+    };
+
+    void open() {
+        static_cast<void>(elf_version(EV_CURRENT));
+        elf_.reset(elf_memory(reinterpret_cast<char *>(contents_.file.data()), contents_.file.size()));
+        GElf_Ehdr header;
+        if (elf_ == nullptr || elf_kind(elf_.get()) != ELF_K_ELF || gelf_getehdr(elf_.get(), &header) == nullptr ||
+            header.e_type != ET_DYN) {
+            throw MalformedElf("is no shared object");
+        }
+        if (header.e_ident[EI_DATA] != ELFDATA2LSB) {
+            throw MalformedElf("is for a big-endian machine");
+        }
+        class_ = gelf_getclass(elf_.get());
+        contents_.pointer_len = class_ == ELFCLASS64 ? sizeof(std::uint64_t) : sizeof(std::uint32_t);
+        machine_ = find_machine(header.e_machine, class_);
+        contents_.abi = machine_ != nullptr ? machine_->abi : fmt::format("machine {}", header.e_machine);
+    }
+
+    void read_segments() {
+        std::size_t count = 0;
+        if (elf_getphdrnum(elf_.get(), &count) != 0 || count > kMostSegments) {
+            throw MalformedElf("has a table of segments that cannot be read");
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            GElf_Phdr header;
+            if (gelf_getphdr(elf_.get(), static_cast<int>(i), &header) == nullptr) {
+                throw MalformedElf("has a table of segments that cannot be read");
+            }
+            if (header.p_type == PT_LOAD) {
+                add_segment(header);
+            } else if (header.p_type == PT_DYNAMIC) {
+                dynamic_ = header.p_vaddr;
+                dynamic_size_ = header.p_filesz;
+            }
+        }
+        if (contents_.segments.empty() || !dynamic_) {
+            throw MalformedElf("has nothing that can be loaded");
+        }
+    }
+
+    // A loader would map something else than its bytes if they overlapped or stood elsewhere in a page than in memory.
+    void add_segment(const GElf_Phdr &header) {
+        const std::uint64_t size = contents_.file.size();
+        if (header.p_filesz > header.p_memsz || header.p_offset > size || header.p_filesz > size - header.p_offset ||
+            header.p_vaddr + header.p_memsz < header.p_vaddr ||
+            (header.p_align > 1 && (header.p_vaddr - header.p_offset) % header.p_align != 0)) {
+            throw MalformedElf("has a segment that does not fit the file");
+        }
+        auto &segments = contents_.segments;
+        if (!segments.empty() && header.p_vaddr < segments.back().address + segments.back().memory_size) {
+            throw MalformedElf("has segments that overlap or are out of order");
+        }
+        contents_.page_alignment =
+            segments.empty() ? header.p_align : std::min(contents_.page_alignment, header.p_align);
+        segments.push_back({header.p_vaddr, header.p_memsz, header.p_offset, header.p_filesz});
+    }
+
+    // The file's bytes at an address as an array of `type`, in this machine's form.
+    Elf_Data *array_at(std::uint64_t address, std::uint64_t size, Elf_Type type) {
+        const auto bytes = contents_.bytes(address, size);
+        if (!bytes) {
+            throw MalformedElf("has a dynamic section that points outside its segments");
+        }
+        Elf_Data *const data = elf_getdata_rawchunk(elf_.get(), bytes->data() - contents_.file.data(), size, type);
+        if (data == nullptr) {
+            throw MalformedElf("has a dynamic section that cannot be read");
+        }
+        return data;
+    }
+
+    void read_dynamic() {
+        const std::size_t count = dynamic_size_ / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
+        if (count == 0 || count > kMostDynamicEntries) {
+            throw MalformedElf("has a dynamic section that cannot be read");
+        }
+        Elf_Data *const data = array_at(*dynamic_, dynamic_size_, ELF_T_DYN);
+        std::vector<std::uint64_t> needed;
+        for (std::size_t i = 0; i < count; ++i) {
+            GElf_Dyn entry;
+            if (gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr || entry.d_tag == DT_NULL) {
+                break;
+            }
+            note(entry, needed);
+        }
+        for (const std::uint64_t name : needed) {
+            contents_.needed.push_back(text(name));
+        }
+        contents_.soname = value(DT_SONAME) ? text(*value(DT_SONAME)) : "";
+        contents_.text_relocations = value(DT_TEXTREL).has_value() || (value(DT_FLAGS).value_or(0) & DF_TEXTREL) != 0;
+    }
+
+    void note(const GElf_Dyn &entry, std::vector<std::uint64_t> &needed) {
+        constexpr std::int64_t kAndroidRel = 0x6000000f;
+        constexpr std::int64_t kAndroidRela = 0x60000011;
+        if (entry.d_tag == kAndroidRel || entry.d_tag == kAndroidRela) {
+            throw MalformedElf("has its relocations in Android's packed form, which is not read");
+        }
+        const std::uint64_t number = entry.d_un.d_val; // NOLINT(cppcoreguidelines-pro-type-union-access): libelf's
+        if (entry.d_tag == DT_NEEDED) {
+            needed.push_back(number);
+        }
+        auto *const row = std::ranges::find(tags_, canonical(entry.d_tag), &Dynamic::tag);
+        if (row != tags_.end()) {
+            row->value = number;
+        }
+    }
+
+    // Android had numbers of its own for packed relative relocations before they were common.
+    static std::int64_t canonical(std::int64_t tag) {
+        constexpr std::int64_t kAndroidRelr = 0x6fffe000;
+        constexpr std::int64_t kAndroidRelrSize = 0x6fffe001;
+        return tag == kAndroidRelr ? DT_RELR : tag == kAndroidRelrSize ? DT_RELRSZ : tag;
+    }
+
+    [[nodiscard]] std::optional<std::uint64_t> value(std::int64_t tag) const {
+        return std::ranges::find(tags_, tag, &Dynamic::tag)->value;
+    }
+
+    // A name from the string table.
+    [[nodiscard]] std::string text(std::uint64_t offset) const {
+        const auto strings = contents_.bytes(value(DT_STRTAB).value_or(0), value(DT_STRSZ).value_or(0));
+        if (strings && offset < strings->size()) {
+            const auto longest = strings->subspan(offset, std::min(strings->size() - offset, kLongestName + 1));
+            const auto end = std::ranges::find(longest, std::uint8_t{0});
+            if (end != longest.end()) {
+                return {longest.begin(), end};
+            }
+        }
+        throw MalformedElf("has a name that is too long or outside its table of names");
+    }
+
+    void read_symbols() {
+        const std::size_t count = symbol_count();
+        if (count == 0) {
+            return;
+        }
+        if (count > kMostSymbols) {
+            throw MalformedElf(fmt::format("has {} symbols, at most {} are read", count, kMostSymbols));
+        }
+        const std::size_t len = gelf_fsize(elf_.get(), ELF_T_SYM, 1, EV_CURRENT);
+        Elf_Data *const data = array_at(value(DT_SYMTAB).value_or(0), count * len, ELF_T_SYM);
+        for (std::size_t i = 0; i < count; ++i) {
+            GElf_Sym symbol;
+            if (gelf_getsym(data, static_cast<int>(i), &symbol) == nullptr) {
+                throw MalformedElf("has symbols that cannot be read");
+            }
+            // An absolute one does not move with the library; nothing here has such.
+            const bool is_defined = symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS;
+            symbol_addresses_.push_back(is_defined ? std::optional(symbol.st_value) : std::nullopt);
+            if (is_defined && is_exported(symbol)) {
+                contents_.symbols.push_back({text(symbol.st_name), symbol.st_value, symbol.st_size});
+            }
+        }
+    }
+
+    static bool is_exported(const GElf_Sym &symbol) {
+        const auto binding = GELF_ST_BIND(symbol.st_info);
+        const auto type = GELF_ST_TYPE(symbol.st_info);
+        const auto visibility = GELF_ST_VISIBILITY(symbol.st_other);
+        return (binding == STB_GLOBAL || binding == STB_WEAK || binding == STB_GNU_UNIQUE) &&
+               (type == STT_NOTYPE || type == STT_OBJECT || type == STT_FUNC || type == STT_COMMON) &&
+               (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
+    }
+
+    // No entry of the dynamic section says it: it follows from a hash table.
+    [[nodiscard]] std::size_t symbol_count() const {
+        if (const auto table = value(DT_HASH)) {
+            return word(*table + 4);
+        }
+        return value(DT_GNU_HASH) ? gnu_symbol_count(*value(DT_GNU_HASH)) : 0;
+    }
+
+    // Buckets hold the first symbol of a chain; the last one of a chain has the lowest bit of its hash set.
+    [[nodiscard]] std::size_t gnu_symbol_count(std::uint64_t table) const {
+        const std::uint64_t bucket_count = word(table);
+        const std::uint64_t first_hashed = word(table + 4);
+        const std::uint64_t buckets = table + 16 + word(table + 8) * contents_.pointer_len;
+        std::uint64_t last = 0;
+        if (!contents_.bytes(buckets, 4 * bucket_count)) {
+            throw MalformedElf("has a hash table outside its segments");
+        }
+        for (std::uint64_t i = 0; i < bucket_count; ++i) {
+            last = std::max<std::uint64_t>(last, word(buckets + 4 * i));
+        }
+        if (last < first_hashed) {
+            return first_hashed;
+        }
+        const std::uint64_t chains = buckets + 4 * bucket_count;
+        while (last < kMostSymbols && (word(chains + 4 * (last - first_hashed)) & 1U) == 0) {
+            ++last;
+        }
+        return last + 1;
+    }
+
+    [[nodiscard]] std::uint32_t word(std::uint64_t address) const {
+        const auto number = contents_.number(address, sizeof(std::uint32_t));
+        if (!number) {
+            throw MalformedElf("has a hash table outside its segments");
+        }
+        return static_cast<std::uint32_t>(*number);
+    }
+
+    void read_relocations() {
+        RelocationReader reader(contents_, machine_, [this](std::uint64_t index) {
+            return index < symbol_addresses_.size() ? symbol_addresses_[index] : std::nullopt;
+        });
+        if (value(DT_RELR)) {
+            reader.read_relr(*value(DT_RELR), value(DT_RELRSZ).value_or(0));
+        }
+        read_entries(reader, DT_RELA, DT_RELASZ, ELF_T_RELA);
+        read_entries(reader, DT_REL, DT_RELSZ, ELF_T_REL);
+        read_entries(reader, DT_JMPREL, DT_PLTRELSZ, value(DT_PLTREL) == DT_RELA ? ELF_T_RELA : ELF_T_REL);
+        reader.finish();
+    }
+
+    void read_entries(RelocationReader &reader, std::int64_t table, std::int64_t size, Elf_Type type) {
+        const std::size_t count = value(size).value_or(0) / gelf_fsize(elf_.get(), type, 1, EV_CURRENT);
+        if (!value(table) || count == 0) {
+            return;
+        }
+        Elf_Data *const data = array_at(*value(table), *value(size), type);
+        if (type == ELF_T_RELA) {
+            reader.read_rela(data, count);
+        } else {
+            reader.read_rel(data, count);
+        }
+    }
+
+    ElfContents contents_;
+    std::unique_ptr<Elf, int (*)(Elf *)> elf_; // reads contents_.file, so it goes first
+    int class_ = ELFCLASSNONE;
+    const ElfMachine *machine_ = nullptr;
+    std::optional<std::uint64_t> dynamic_;
+    std::uint64_t dynamic_size_ = 0;
+    std::array<Dynamic, 17> tags_ = {{{DT_STRTAB, {}},
+                                      {DT_STRSZ, {}},
+                                      {DT_SYMTAB, {}},
+                                      {DT_HASH, {}},
+                                      {DT_GNU_HASH, {}},
+                                      {DT_SONAME, {}},
+                                      {DT_TEXTREL, {}},
+                                      {DT_FLAGS, {}},
+                                      {DT_RELA, {}},
+                                      {DT_RELASZ, {}},
+                                      {DT_REL, {}},
+                                      {DT_RELSZ, {}},
+                                      {DT_JMPREL, {}},
+                                      {DT_PLTRELSZ, {}},
+                                      {DT_PLTREL, {}},
+                                      {DT_RELR, {}},
+                                      {DT_RELRSZ, {}}}};
+    std::vector<std::optional<std::uint64_t>> symbol_addresses_; // by index
+};
+
+} // namespace
+
+ElfContents parse_elf(SecretBytes file) {
+    return ElfParser(std::move(file)).parse();
+}
+
+} // namespace wbtables
