@@ -15,7 +15,7 @@ compiler: g++
 build:    cmake ninja-build pkg-config
 messages: libprotobuf-c-dev protobuf-c-compiler
 java:     openjdk-17-jdk-headless
-builder:  libcli11-dev libtomlplusplus-dev libfmt-dev libssl-dev
+builder:  libcli11-dev libelf-dev libfmt-dev libssl-dev libtomlplusplus-dev nlohmann-json3-dev
 tables:   clang lld
 '
 test_packages='
@@ -29,7 +29,7 @@ bench:    libbenchmark-dev
 cross_packages='
 cross:    g++-aarch64-linux-gnu qemu-user
 estimate: llvm-14 llvm-19
-arm64:    libprotobuf-c-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
+arm64:    libprotobuf-c-dev:arm64 libelf-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
 tests:    libgtest-dev:arm64 libgmock-dev:arm64
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'

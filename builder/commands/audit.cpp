@@ -17,6 +17,7 @@
 #include "builder/commands/interrupt.h"
 #include "builder/error.h"
 #include "builder/keys/key_set.h"
+#include "builder/object/publication.h"
 #include "builder/object/work_folder.h"
 #include "builder/reader/table_library_file.h"
 
@@ -61,7 +62,9 @@ void write_page(const fs::path &path, const std::string &page, bool secret) {
     if (!secret) {
         fs::permissions(finished, fs::perms::group_read | fs::perms::others_read, fs::perm_options::add);
     }
-    publish_file(finished, path);
+    Publication publication(folder.path());
+    publication.put(finished, path);
+    publication.finish();
 }
 
 void run_audit(const AuditCommand &command) {

@@ -8,8 +8,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "builder/commands/interrupt.h"
@@ -18,6 +20,9 @@
 #include "builder/keys/random.h"
 #include "builder/library.h"
 #include "builder/manifest/manifest.h"
+#include "builder/object/contents.h"
+#include "builder/object/ndk.h"
+#include "builder/reader/elf_file.h"
 
 namespace wbtables {
 namespace {
@@ -28,7 +33,11 @@ struct BuildCommand {
     std::string manifest;
     std::string folder;
     std::string encoding = "hardened";
+    std::vector<std::string> abis;
     std::string compiler = "clang";
+    std::string ndk;
+    bool emit_only = false;
+    bool json = false;
     bool allow_inline_keys = false;
     std::optional<std::uint64_t> seed; // only builds with tests have the option
 };
@@ -53,9 +62,16 @@ are made at "random". With --allow-inline-keys, for tests, also hex:... for keys
 the manifest, which is not wiped from memory to the last copy.
 
 Example: wbtables build demo.toml -o out
-makes    out/libwb_tables_demo_1.so
+makes    out/libwb_tables_demo_1.so, for this machine
+Example: wbtables build demo.toml -o jniLibs --abi arm64-v8a,armeabi-v7a,x86_64,x86 --ndk "$ANDROID_NDK_HOME"
+makes    jniLibs/<abi>/libwb_tables_demo_1.so for each, with the same tables; any clang with lld will do
+Example: wbtables build demo.toml -o sources --emit-only
+makes    tables.s, tables.bin and README.txt in sources, for a build that runs the compiler itself
 
-Exit status: 0 done; 1 the manifest or its secrets are refused; 2 wrong usage; 3 the compiler failed; 4 the finished
+--json prints one object: wbid, version, encoding, keys (id, cipher, signing_key) and files (path, bytes and, if it is
+a library, abi).
+
+Exit status: 0 done; 1 the manifest or its secrets are refused; 2 wrong usage; 3 the compiler failed; 4 a finished
 library failed its check or could not be written. Whenever it is not 0, nothing was written.
 )";
 
@@ -72,6 +88,59 @@ void warn_of_readable_keys(const KeySet &set, EncodingKind encoding) {
     }
 }
 
+struct BuiltFile {
+    fs::path path;
+    std::string_view abi; // of a library
+};
+
+std::vector<BuiltFile> build_files(const BuildCommand &command, const KeySet &set, const BuildOptions &options) {
+    std::vector<BuiltFile> files;
+    if (command.emit_only) {
+        for (const fs::path &path : emit_sources(set, command.folder, options)) {
+            files.push_back({path, {}});
+        }
+    } else if (command.abis.empty()) {
+        files.push_back({build_library(set, command.folder, options), host_abi()});
+    } else {
+        std::vector<Abi> abis;
+        for (const Abi &abi : kAbis) {
+            if (std::ranges::find(command.abis, abi.name) != command.abis.end()) {
+                abis.push_back(abi);
+            }
+        }
+        for (const fs::path &path : build_libraries(set, command.folder, abis, options)) {
+            files.push_back({path, abis[files.size()].name});
+        }
+    }
+    return files;
+}
+
+void print_json(const KeySet &set, EncodingKind encoding, const std::vector<BuiltFile> &files) {
+    nlohmann::ordered_json report = {
+        {"wbid", set.wbid}, {"version", set.version}, {"encoding", encoding_name(encoding)}};
+    for (const KeySpec &key : set.keys) {
+        report["keys"].push_back(
+            {{"id", key.id}, {"cipher", row_of(key.algorithm).name}, {"signing_key", key.signing_key.has_value()}});
+    }
+    for (const BuiltFile &file : files) {
+        nlohmann::ordered_json row = {{"path", file.path.string()}, {"bytes", fs::file_size(file.path)}};
+        if (!file.abi.empty()) {
+            row["abi"] = file.abi;
+        }
+        report["files"].push_back(row);
+    }
+    // A path may be in no encoding at all.
+    fmt::print("{}\n", report.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
+
+void print_text(const KeySet &set, const std::vector<BuiltFile> &files) {
+    for (const BuiltFile &file : files) {
+        const std::string keys =
+            file.abi.empty() ? "" : fmt::format("{} key{}, ", set.keys.size(), set.keys.size() == 1 ? "" : "s");
+        fmt::print("{}: {}{} bytes\n", file.path.string(), keys, fs::file_size(file.path));
+    }
+}
+
 void run_build(const BuildCommand &command) {
 #ifdef WBTABLES_SEEDED_RANDOM
     if (command.seed) {
@@ -84,30 +153,53 @@ void run_build(const BuildCommand &command) {
     note_interruptions();
     BuildOptions options;
     options.encoding = command.encoding == "none" ? EncodingKind::none : EncodingKind::hardened;
-    options.compiler = command.compiler;
+    options.compiler = command.ndk.empty() ? command.compiler : find_ndk_compiler(command.ndk).string();
     options.library_log = take_library_log;
     options.interrupted = was_interrupted;
     if (::isatty(STDERR_FILENO) != 0) {
         options.progress = [](std::string_view step) { fmt::print(stderr, "wbtables: {}\n", step); };
     }
-    const fs::path library = build_library(set, command.folder, options);
+    const std::vector<BuiltFile> files = build_files(command, set, options);
     warn_of_readable_keys(set, options.encoding);
-    fmt::print("{}: {} key{}, {} bytes\n", library.string(), set.keys.size(), set.keys.size() == 1 ? "" : "s",
-               fs::file_size(library));
+    if (command.emit_only) {
+        warn("WARNING: tables.bin IS SECRET: whoever has it has the keys, sk and ak. Remove it after the build!");
+    }
+    if (command.json) {
+        print_json(set, options.encoding, files);
+    } else {
+        print_text(set, files);
+    }
+}
+
+std::vector<std::string> abi_names() {
+    std::vector<std::string> names;
+    for (const Abi &abi : kAbis) {
+        names.emplace_back(abi.name);
+    }
+    return names;
 }
 
 } // namespace
 
 void add_build_command(CLI::App &app, std::function<void()> &run) {
     const auto command = std::make_shared<BuildCommand>();
-    CLI::App *const build = app.add_subcommand("build", "Make a table library from a manifest of keys");
+    CLI::App *const build = app.add_subcommand("build", "Make table libraries from a manifest of keys");
     build->add_option("MANIFEST", command->manifest, "the manifest, a TOML file")->required();
-    build->add_option("-o,--output", command->folder, "the folder, an existing one, that the library goes to")
+    build->add_option("-o,--output", command->folder, "the folder, an existing one, that everything goes to")
         ->type_name("DIR")
         ->required();
-    build->add_option("--encoding", command->encoding, "hardened (the default), or none: the plain tables, for tests")
+    auto *const abi = build->add_option("--abi", command->abis, "for these ABIs of Android instead of this machine");
+    abi->type_name("ABI,...")->delimiter(',')->check(CLI::IsMember(abi_names()));
+    build->add_option("--encoding", command->encoding, "hardened: random encodings; none: the plain tables, for tests")
+        ->type_name("hardened|none")
         ->check(CLI::IsMember({"hardened", "none"}));
-    build->add_option("--cc", command->compiler, "the compiler, a clang with lld")->type_name("CMD");
+    auto *const compiler = build->add_option("--cc", command->compiler, "the compiler, a clang with lld");
+    compiler->type_name("CMD");
+    auto *const ndk = build->add_option("--ndk", command->ndk, "take the compiler of the NDK in this folder");
+    ndk->type_name("PATH")->needs(abi)->excludes(compiler);
+    build->add_flag("--emit-only", command->emit_only, "write the sources, which hold for every ABI, and build nothing")
+        ->excludes(abi, compiler, ndk);
+    build->add_flag("--json", command->json, "print what was made as JSON");
     build->add_flag("--allow-inline-keys", command->allow_inline_keys, "let secrets stand in the manifest itself");
 #ifdef WBTABLES_SEEDED_RANDOM
     build->add_option("--seed", command->seed, "take every random number from this one, for tests");

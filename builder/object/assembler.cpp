@@ -7,16 +7,10 @@
 namespace wbtables {
 namespace {
 
-// Tables start on a cache line.
-constexpr std::size_t kAlignment = 64;
-
 class AssemblerText {
   public:
     // `%object` and not `@object`: for ARM an '@' begins a comment. Quotes: an id may hold '-'.
-    void open_symbol(std::string_view name) {
-        append("    .globl \"{0}\"\n    .type \"{0}\", %object\n\"{0}\":\n", name);
-    }
-    void close_symbol(std::string_view name, std::size_t size) { append("    .size \"{}\", {}\n", name, size); }
+    void declare_symbol(std::string_view name) { append("    .globl \"{0}\"\n    .type \"{0}\", %object\n", name); }
 
     template <typename... Args>
     void append(fmt::format_string<Args...> format, Args &&...args) {
@@ -28,43 +22,38 @@ class AssemblerText {
     std::string text_;
 };
 
-void append_item(AssemblerText &text, const Image::Item &item, std::size_t index, std::string_view data_file) {
-    text.append("    .balign {}\n.Litem{}:\n", kAlignment, index);
-    if (!item.symbol.empty()) {
-        text.open_symbol(item.symbol);
-    }
-    text.append("    .incbin \"{}\", {}, {}\n", data_file, item.offset, item.size);
-    if (!item.symbol.empty()) {
-        text.close_symbol(item.symbol, item.size);
+// The data is included as a whole: an assembler may read the file anew for each part of it.
+void append_items(AssemblerText &text, const Image &image, std::string_view data_file) {
+    text.append("    .balign {}\n.Ldata:\n    .incbin \"{}\"\n", Image::kAlignment, data_file);
+    for (const Image::Item &item : image.items()) {
+        if (!item.symbol.empty()) {
+            text.declare_symbol(item.symbol);
+            text.append("    .set \"{0}\", .Ldata + {1}\n    .size \"{0}\", {2}\n", item.symbol, item.offset,
+                        item.size);
+        }
     }
 }
 
-void append_array(AssemblerText &text, const Image::PointerArray &array, std::size_t pointer_len) {
-    text.append("    .balign {}\n", kAlignment);
-    text.open_symbol(array.symbol);
+// `.dc.a` is a number as long as an address.
+void append_array(AssemblerText &text, const Image &image, const Image::PointerArray &array) {
+    text.declare_symbol(array.symbol);
+    text.append("    .balign {}\n\"{}\":\n", Image::kAlignment, array.symbol);
     for (const auto &slot : array.slots) {
-        text.append("    .{}byte ", pointer_len);
-        if (slot) {
-            text.append(".Litem{}\n", *slot);
-        } else {
-            text.append("0\n");
-        }
+        text.append("    .dc.a {}\n", slot ? fmt::format(".Ldata + {}", image.items()[*slot].offset) : "0");
     }
-    text.close_symbol(array.symbol, array.slots.size() * pointer_len);
+    text.append("    .size \"{0}\", . - \"{0}\"\n", array.symbol);
 }
 
 } // namespace
 
-std::string assembler_text(const Image &image, std::string_view data_file, std::size_t pointer_len) {
+std::string assembler_text(const Image &image, std::string_view data_file) {
     AssemblerText text;
     text.append("    .section .rodata,\"a\",%progbits\n");
-    for (std::size_t i = 0; i < image.items().size(); ++i) {
-        append_item(text, image.items()[i], i, data_file);
-    }
+    append_items(text, image, data_file);
     // Read-only once the loader has put the addresses in.
     text.append("    .section .data.rel.ro,\"aw\",%progbits\n");
     for (const Image::PointerArray &array : image.arrays()) {
-        append_array(text, array, pointer_len);
+        append_array(text, image, array);
     }
     text.append("    .section .note.GNU-stack,\"\",%progbits\n");
     return text.take();

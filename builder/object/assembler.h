@@ -1,7 +1,6 @@
 // The assembler text of a table library.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,8 +8,8 @@
 
 namespace wbtables {
 
-// The text takes the image's bytes from the file `data_file`, so no secret stands in it. It says the same to the
-// assemblers of all the processors that Android runs on; `pointer_len` is 4 or 8.
-std::string assembler_text(const Image &image, std::string_view data_file, std::size_t pointer_len);
+// The text takes the image's bytes from the file `data_file`, so no secret stands in it. It says the same to clang's and
+// GNU's assemblers for all the processors that Android runs on.
+std::string assembler_text(const Image &image, std::string_view data_file);
 
 } // namespace wbtables

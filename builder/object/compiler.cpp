@@ -23,26 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *kLog = "compiler.log";
-
-// A table library needs no C library and no start files; its own SONAME is how a virtual machine finds it once it is
-// loaded. 16 KiB pages and both hash tables are for Android, old and new.
-std::vector<std::string> arguments(const CompilerJob &job) {
-    return {"-shared",
-            "-nostdlib",
-            "-fuse-ld=lld",
-            "-Wl,-soname," + job.output,
-            "-Wl,-z,max-page-size=16384",
-            "-Wl,-z,relro",
-            "-Wl,-z,now",
-            "-Wl,-z,noexecstack",
-            "-Wl,-z,defs",
-            "-Wl,--hash-style=both",
-            "-Wl,--build-id=none",
-            "-Wl,--strip-all",
-            "-o",
-            job.output,
-            job.source};
+std::string log_name(const CompilerJob &job) {
+    return job.output.string() + ".log";
 }
 
 // Secrets may have come through the environment, so the compiler gets what it needs and no more.
@@ -67,11 +49,11 @@ std::vector<char *> pointers(std::vector<std::string> &texts) {
 // process group, so that what it started in turn can be ended with it.
 class SpawnSetup {
   public:
-    explicit SpawnSetup(const fs::path &folder) {
+    SpawnSetup(const fs::path &folder, const std::string &log) {
         check(posix_spawn_file_actions_init(&actions_));
         check(posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str()));
         check(posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
-        check(posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, kLog, O_WRONLY | O_CREAT | O_TRUNC,
+        check(posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                                S_IRUSR | S_IWUSR));
         check(posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO));
         check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
@@ -105,10 +87,13 @@ pid_t start(const CompilerJob &job) {
     // A relative path means the caller's folder, not the one that the compiler runs in; a bare name is searched for.
     const std::string program =
         job.compiler.find('/') == std::string::npos ? job.compiler : fs::absolute(job.compiler).string();
-    std::vector<std::string> argument_texts = arguments(job);
+    std::vector<std::string> argument_texts = compiler_arguments(job.source, job.output);
+    if (!job.target.empty()) {
+        argument_texts.insert(argument_texts.begin(), "--target=" + job.target);
+    }
     argument_texts.insert(argument_texts.begin(), program);
     std::vector<std::string> environment_texts = environment(fs::absolute(job.folder));
-    const SpawnSetup setup(job.folder);
+    const SpawnSetup setup(job.folder, log_name(job));
     pid_t child = -1;
     const int result = posix_spawnp(&child, program.c_str(), setup.actions(), setup.attributes(),
                                     pointers(argument_texts).data(), pointers(environment_texts).data());
@@ -143,7 +128,32 @@ std::string contents(const fs::path &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// As messages name it: one of several may fail.
+std::string described(const CompilerJob &job) {
+    return job.target.empty() ? job.compiler : fmt::format("{} --target={}", job.compiler, job.target);
+}
+
 } // namespace
+
+// A table library needs no C library and no start files; its own SONAME is how a virtual machine finds it once it is
+// loaded. 16 KiB pages and both hash tables are for Android, old and new.
+std::vector<std::string> compiler_arguments(const std::string &source, const fs::path &output) {
+    return {"-shared",
+            "-nostdlib",
+            "-fuse-ld=lld",
+            "-Wl,-soname," + output.filename().string(),
+            "-Wl,-z,max-page-size=16384",
+            "-Wl,-z,relro",
+            "-Wl,-z,now",
+            "-Wl,-z,noexecstack",
+            "-Wl,-z,defs",
+            "-Wl,--hash-style=both",
+            "-Wl,--build-id=none",
+            "-Wl,--strip-all",
+            "-o",
+            output.string(),
+            source};
+}
 
 void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted) {
     const int status = wait_for(start(job), interrupted);
@@ -154,10 +164,10 @@ void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupt
         const std::string how = WIFEXITED(status) ? fmt::format("exit status {}", WEXITSTATUS(status))
                                                   : fmt::format("signal {}", WTERMSIG(status));
         throw Error(Failure::compiler,
-                    fmt::format("{}: failed with {}\n{}", job.compiler, how, contents(job.folder / kLog)));
+                    fmt::format("{}: failed with {}\n{}", described(job), how, contents(job.folder / log_name(job))));
     }
     if (!fs::is_regular_file(job.folder / job.output)) {
-        throw Error(Failure::compiler, fmt::format("{}: made no library", job.compiler));
+        throw Error(Failure::compiler, fmt::format("{}: made no library", described(job)));
     }
 }
 

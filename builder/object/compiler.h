@@ -4,17 +4,22 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace wbtables {
 
 struct CompilerJob {
     std::string compiler;         // a program's name or path, run without a shell
     std::filesystem::path folder; // where it runs and leaves everything
-    std::string source;           // a file in there
-    std::string output;           // the library to be made there; its SONAME too
+    std::string target;           // as clang names it; empty: the machine that it is for by itself
+    std::string source;           // a file in the folder
+    std::filesystem::path output; // the library to be made there, relative; its name is its SONAME
 };
 
-// Throws an Error with what the compiler said if it fails, Interrupted if `interrupted` tells so while it runs.
+// What a compiler has to be told to make a table library, but for its target.
+std::vector<std::string> compiler_arguments(const std::string &source, const std::filesystem::path &output);
+
+// Several may run at once in one folder. Throws an Error with what the compiler said if it fails, Interrupted if `interrupted` tells so while it runs.
 void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted);
 
 } // namespace wbtables

@@ -79,9 +79,15 @@ void add_tables(Image &image, const KeySpec &key, EncodingKind kind) {
 
 } // namespace
 
+std::string_view encoding_name(EncodingKind kind) {
+    return kind == EncodingKind::none ? "none" : "hardened";
+}
+
 Image table_library_image(const KeySet &set, EncodingKind kind) {
     Image image;
     add_metadata(image, set);
+    // The library never reads it: it is for reviewers, who would otherwise have to look at the tables.
+    image.add_text("wbtables_encoding", encoding_name(kind));
     add_ids(image, set);
     add_signing_entries(image, set);
     for (const KeySpec &key : set.keys) {

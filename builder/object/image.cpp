@@ -5,6 +5,7 @@
 namespace wbtables {
 
 std::size_t Image::add(std::string symbol, std::span<const std::uint8_t> bytes) {
+    bytes_.resize((bytes_.size() + kAlignment - 1) / kAlignment * kAlignment);
     items_.push_back({std::move(symbol), bytes_.size(), bytes.size()});
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     return items_.size() - 1;

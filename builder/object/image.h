@@ -17,6 +17,7 @@ namespace wbtables {
 class Image {
   public:
     static constexpr std::size_t kSlots = 10;
+    static constexpr std::size_t kAlignment = 64; // of items in bytes(): tables start on a cache line
 
     struct Item {
         std::string symbol; // empty: not exported, for pointers alone

@@ -71,15 +71,4 @@ void write_file(const fs::path &path, std::span<const std::byte> bytes) {
     }
 }
 
-void publish_file(const fs::path &from, const fs::path &to) {
-    const FileDescriptor file(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat status {};
-    // Others may load it but not change it, whatever the umask is.
-    if (!file.is_open() || ::fstat(file.get(), &status) != 0 ||
-        ::fchmod(file.get(), status.st_mode & ~mode_t{S_IWGRP | S_IWOTH}) != 0 || ::fsync(file.get()) != 0 ||
-        ::rename(from.c_str(), to.c_str()) != 0) {
-        throw cannot_write(to, errno);
-    }
-}
-
 } // namespace wbtables

@@ -27,8 +27,4 @@ class WorkFolder {
 // Writes a new file that its owner alone can read.
 void write_file(const std::filesystem::path &path, std::span<const std::byte> bytes);
 
-// Puts the finished `from` in the place of `to`, on the disk before the name changes. Whoever has the old file open
-// keeps it.
-void publish_file(const std::filesystem::path &from, const std::filesystem::path &to);
-
 } // namespace wbtables

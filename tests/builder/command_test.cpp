@@ -3,6 +3,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "key_sets.h"
 #include "quen/tables.h"
@@ -97,6 +98,34 @@ TEST_F(Command, RepeatsALibraryFromASeedAndSaysWhatThatMeans) {
     }
 }
 
+TEST_F(Command, BuildsForSeveralAbisAndSaysWhatItMade) {
+    const fs::path bin = folder() / "ndk/toolchains/llvm/prebuilt/linux-x86_64/bin";
+    fs::create_directories(bin);
+    test::write_text(bin / "clang", "#!/bin/sh\nexec clang \"$@\"\n", 0700);
+    const CommandResult result = run(
+        {"build", "demo.toml", "-o", "out", "--abi", "x86,arm64-v8a", "--ndk", "ndk", "--json", "--encoding", "none"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const auto report = nlohmann::json::parse(result.out);
+    EXPECT_EQ(report["wbid"], "demo");
+    EXPECT_EQ(report["version"], 1);
+    EXPECT_EQ(report["encoding"], "none");
+    EXPECT_EQ(report["keys"][1], (nlohmann::json{{"id", "sm"}, {"cipher", "sm4"}, {"signing_key", false}}));
+    ASSERT_EQ(report["files"].size(), 2U);
+    for (const auto &file : report["files"]) {
+        const std::string path = file["path"];
+        EXPECT_EQ(path, "out/" + file["abi"].get<std::string>() + "/libwb_tables_demo_1.so");
+        EXPECT_EQ(file["bytes"], fs::file_size(folder() / path));
+    }
+}
+
+TEST_F(Command, EmitsSourcesAndSaysWhichAreSecret) {
+    const CommandResult result = run({"build", "demo.toml", "-o", "out", "--emit-only"});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_NE(result.err.find("WARNING: tables.bin IS SECRET"), std::string::npos) << result.err;
+    EXPECT_EQ(test::names_in(folder() / "out"), (std::vector<std::string>{"README.txt", "tables.bin", "tables.s"}));
+    EXPECT_EQ(result.out.rfind("out/tables.s: ", 0), 0U) << result.out;
+}
+
 TEST_F(Command, HelpAndVersionSucceed) {
     EXPECT_NE(run({"build", "--help"}).out.find("wbtables build demo.toml -o out"), std::string::npos);
     EXPECT_NE(run({"--help"}).out.find("build"), std::string::npos);
@@ -118,6 +147,11 @@ TEST_F(Command, ExitCodesTellWhoseTurnItIs) {
         {2, {"build", "demo.toml"}, "--output is required"},
         {2, {"build", "demo.toml", "-o", "out", "--encoding", "some"}, "--encoding"},
         {2, {"build", "demo.toml", "-o", "out", "--key", "00"}, "--key"},
+        {2, {"build", "demo.toml", "-o", "out", "--abi", "mips"}, "mips not in"},
+        {2, {"build", "demo.toml", "-o", "out", "--ndk", "."}, "--ndk requires --abi"},
+        {2, {"build", "demo.toml", "-o", "out", "--abi", "x86", "--ndk", ".", "--cc", "cc"}, "excludes"},
+        {2, {"build", "demo.toml", "-o", "out", "--abi", "x86", "--emit-only"}, "excludes"},
+        {3, {"build", "demo.toml", "-o", "out", "--abi", "x86", "--ndk", "."}, ".: no NDK"},
         {3, {"build", "demo.toml", "-o", "out", "--cc", "false"}, "false: failed with exit status 1\n"},
         {3, {"build", "demo.toml", "-o", "out", "--cc", "./cc"}, "./cc: cannot be run: No such file or directory\n"},
         {4, {"build", "demo.toml", "-o", "nowhere"}, "nowhere: cannot be written: No such file or directory\n"},
