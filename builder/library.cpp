@@ -30,16 +30,9 @@ constexpr const char *kInstructions = "README.txt";
 
 void refuse_problems(const KeySet &set) {
     std::vector<Problem> problems = name_problems(set);
-    for (Problem &problem : secret_problems(set)) {
-        problems.push_back(std::move(problem));
-    }
-    std::string message;
-    for (const Problem &problem : problems) {
-        message.append(message.empty() ? "" : "\n").append(problem.message);
-    }
-    if (!message.empty()) {
-        throw Error(Failure::refused, message);
-    }
+    const std::vector<Problem> secret = secret_problems(set);
+    problems.insert(problems.end(), secret.begin(), secret.end());
+    refuse(problems);
 }
 
 // Waits for all and throws the first error.

@@ -10,8 +10,13 @@
 
 #include "builder/commands/audit.h"
 #include "builder/commands/build.h"
+#include "builder/commands/completion.h"
 #include "builder/commands/exit_code.h"
+#include "builder/commands/inspect.h"
 #include "builder/commands/interrupt.h"
+#include "builder/commands/keygen.h"
+#include "builder/commands/token.h"
+#include "builder/commands/verify.h"
 #include "builder/error.h"
 
 namespace wbtables {
@@ -41,8 +46,13 @@ int run(int argc, char **argv) {
     app.set_version_flag("--version", "wbtables " WBTABLES_VERSION);
     app.require_subcommand(1);
     app.footer("Example: wbtables build demo.toml -o out");
-    add_build_command(app, command);
     add_audit_command(app, command);
+    add_build_command(app, command);
+    add_completion_command(app, command);
+    add_inspect_command(app, command);
+    add_keygen_command(app, command);
+    add_token_command(app, command);
+    add_verify_command(app, command);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

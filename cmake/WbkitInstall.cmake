@@ -26,4 +26,5 @@ configure_package_config_file(
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/QuenWbkitConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(
   FILES "${PROJECT_BINARY_DIR}/QuenWbkitConfig.cmake" "${PROJECT_BINARY_DIR}/QuenWbkitConfigVersion.cmake"
+        cmake/WbkitTables.cmake
   DESTINATION "${WBKIT_CMAKE_DIR}")

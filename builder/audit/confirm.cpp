@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "builder/audit/table_cipher.h"
 #include "builder/keys/clear_cipher.h"
 #include "builder/keys/random.h"
+#include "builder/reader/table_cipher.h"
 
 namespace wbtables {
 namespace {

@@ -17,8 +17,8 @@
 
 #include "builder/audit/attack.h"
 #include "builder/audit/recovery.h"
-#include "builder/audit/table_cipher.h"
 #include "builder/keys/random.h"
+#include "builder/reader/table_cipher.h"
 
 namespace wbtables {
 namespace {

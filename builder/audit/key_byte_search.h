@@ -13,7 +13,7 @@
 #include <functional>
 
 #include "builder/audit/attack.h"
-#include "builder/audit/table_cipher.h"
+#include "builder/reader/table_cipher.h"
 
 namespace wbtables {
 

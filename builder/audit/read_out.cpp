@@ -5,7 +5,7 @@
 
 #include "builder/audit/attack.h"
 #include "builder/audit/recovery.h"
-#include "builder/audit/table_cipher.h"
+#include "builder/reader/table_cipher.h"
 #include "builder/tables/sm4_key_schedule.h"
 
 namespace wbtables {

@@ -2,8 +2,8 @@
 // that is not. So for the right k, and for it alone, the words of all 256 values of u follow from nine of them.
 
 #include "builder/audit/key_byte_search.h"
-#include "builder/audit/nibble_code.h"
 #include "builder/audit/recovery.h"
+#include "builder/reader/nibble_decoding.h"
 
 namespace wbtables {
 namespace {

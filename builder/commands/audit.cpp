@@ -101,7 +101,7 @@ void run_audit(const AuditCommand &command) {
 void add_audit_command(CLI::App &app, std::function<void()> &run) {
     const auto command = std::make_shared<AuditCommand>();
     CLI::App *const audit = app.add_subcommand("audit", "Attack the keys of a table library and report what it took");
-    audit->add_option("LIBRARY", command->library, "the table library")->required();
+    audit->add_option("LIB", command->library, "the table library, a file")->type_name("")->required();
     audit->add_flag("--json", command->json, "print JSON instead of a table");
     audit->add_option("--html", command->page, "write a page too")->type_name("FILE");
     audit->add_option("--traces", command->traces, "how many traces correlation takes, up to a million each")

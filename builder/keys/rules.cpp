@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "builder/error.h"
 #include "builder/keys/limits.h"
 
 namespace wbtables {
@@ -43,6 +44,14 @@ class Rules {
         check_slots("AES", true);
         check_slots("SM4", false);
         check_id_list();
+    }
+
+    void check_caller() {
+        if (set_.wbid.empty()) {
+            add("wbid", "wbid is empty");
+        }
+        check_text("appid", set_.appid, kLongestAppid);
+        check_access_text("sk", set_.sk);
     }
 
     void check_secrets() {
@@ -109,7 +118,7 @@ class Rules {
         const auto first = std::find_if(set_.keys.begin(), set_.keys.end(),
                                         [&](const KeySpec &key) { return key.id == set_.keys[index].id; });
         if (first - set_.keys.begin() < static_cast<std::ptrdiff_t>(index)) {
-            add(index, "id", "is there twice");
+            add(index, "id", "has the id of an earlier key");
         }
     }
 
@@ -178,6 +187,22 @@ std::vector<Problem> secret_problems(const KeySet &set) {
     Rules rules(set);
     rules.check_secrets();
     return rules.take();
+}
+
+std::vector<Problem> caller_problems(const KeySet &set) {
+    Rules rules(set);
+    rules.check_caller();
+    return rules.take();
+}
+
+void refuse(const std::vector<Problem> &problems) {
+    std::string message;
+    for (const Problem &problem : problems) {
+        message.append(message.empty() ? "" : "\n").append(problem.message);
+    }
+    if (!message.empty()) {
+        throw Error(Failure::refused, message);
+    }
 }
 
 } // namespace wbtables

@@ -18,5 +18,10 @@ struct Problem {
 
 std::vector<Problem> name_problems(const KeySet &set);
 std::vector<Problem> secret_problems(const KeySet &set);
+// Of wbid, appid and sk alone, for libraries of other builders: their wbid may hold what ours do not.
+std::vector<Problem> caller_problems(const KeySet &set);
+
+// Throws an Error with a line for each problem, if there are any.
+void refuse(const std::vector<Problem> &problems);
 
 } // namespace wbtables

@@ -178,6 +178,10 @@ class ManifestParser {
     }
 
     void read_secret(const Place &place, const SecretSource &source) {
+        if (source.is_random() && !options_.make_random) {
+            left_empty_.insert(place);
+            return;
+        }
         try {
             secret_at(place) = source.read(folder_);
         } catch (const SourceError &error) {
@@ -209,7 +213,10 @@ class ManifestParser {
 
     void report(const std::vector<Problem> &problems) {
         for (const Problem &problem : problems) {
-            diagnostics_.add(positions_.at({problem.key, problem.field}), problem.message);
+            const Place place{problem.key, problem.field};
+            if (!left_empty_.contains(place)) {
+                diagnostics_.add(positions_.at(place), problem.message);
+            }
         }
         diagnostics_.throw_if_any();
     }
@@ -222,6 +229,7 @@ class ManifestParser {
     std::map<Place, Position> positions_;
     std::vector<std::pair<Place, SecretSource>> sources_;
     std::set<int> descriptors_;
+    std::set<Place> left_empty_;
 };
 
 const std::array<ManifestParser::Field, 7> ManifestParser::kManifestFields = {{

@@ -26,6 +26,7 @@ namespace wbtables {
 
 struct ManifestOptions {
     bool allow_inline_keys = false; // secrets may stand in the manifest itself
+    bool make_random = true;        // else what is to be made at random stays empty
 };
 
 // Reads a manifest and the secrets that it names. No secret is read before all else is in order.

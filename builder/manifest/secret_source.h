@@ -43,6 +43,8 @@ class SecretSource {
     // What can be read only once, if the source is such a thing.
     [[nodiscard]] std::optional<int> descriptor() const;
 
+    [[nodiscard]] bool is_random() const { return kind_ == Kind::random; }
+
     // Throws SourceError.
     [[nodiscard]] SecretBytes read(const std::filesystem::path &folder) const;
 

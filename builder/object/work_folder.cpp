@@ -57,6 +57,12 @@ WorkFolder::~WorkFolder() {
     fs::remove_all(path_, ignored);
 }
 
+void WorkFolder::publish(const fs::path &to) const {
+    if (::rename(path_.c_str(), to.c_str()) != 0) {
+        throw cannot_write(to, errno);
+    }
+}
+
 void write_file(const fs::path &path, std::span<const std::byte> bytes) {
     const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file.is_open()) {

@@ -20,6 +20,9 @@ class WorkFolder {
 
     [[nodiscard]] const std::filesystem::path &path() const { return path_; }
 
+    // Makes the folder itself the result: `to`, beside it, is not there yet or is an empty folder.
+    void publish(const std::filesystem::path &to) const;
+
   private:
     std::filesystem::path path_;
 };

@@ -15,7 +15,7 @@ fail() {
 browser() {
   local options=(--headless --disable-gpu --user-data-dir="$folder/profile" --hide-scrollbars)
   [ "$(id -u)" -ne 0 ] || options+=(--no-sandbox)
-  chromium "${options[@]}" "$@" "file://$folder/audit.html" 2>"$folder/browser.log"
+  "${CHROMIUM:-chromium}" "${options[@]}" "$@" "file://$folder/audit.html" 2>"$folder/browser.log"
 }
 count() {
   grep -o -- "$1" "$folder/dom.html" | wc -l

@@ -294,8 +294,9 @@ TEST(FailedBuild, RefusesKeySetsThatNoManifestHasSeen) {
     const test::TempDir dir;
     const auto thrown = test::thrown_by([&] { wbtables::build_library(set, dir.path(), {}); });
     EXPECT_EQ(thrown.failure, Failure::refused);
-    EXPECT_EQ(thrown.message,
-              "key \"pay\" is there twice\nak is empty\nkey \"pay\" has a value of 15 bytes, aes-128 needs 16");
+    EXPECT_EQ(
+        thrown.message,
+        "key \"pay\" has the id of an earlier key\nak is empty\nkey \"pay\" has a value of 15 bytes, aes-128 needs 16");
     EXPECT_TRUE(test::names_in(dir.path()).empty());
 }
 

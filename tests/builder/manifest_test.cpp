@@ -20,6 +20,7 @@ class ManifestFile {
         test::write_text(dir_.path() / "manifest.toml", text);
         test::write_text(dir_.path() / "sk", "the sk\n");
         test::write_text(dir_.path() / "ak", "the ak\n");
+        test::write_text(dir_.path() / "open", "the ak\n", 0644);
     }
     wbtables::KeySet parse(bool allow_inline = true) const {
         return wbtables::parse_manifest(dir_.path() / "manifest.toml", {allow_inline});
@@ -117,7 +118,8 @@ const Refusal kRefusals[] = {
     {kHeader + key_table(std::string(51, 'k'), kSigning),
      "manifest.toml:7:6: key \"" + std::string(51, 'k') +
          "\" has an id of 51 characters, at most 50 are possible with a signing_key"},
-    {kHeader + key_table("pay") + key_table("pay", "", "sm4"), "manifest.toml:11:6: key \"pay\" is there twice"},
+    {kHeader + key_table("pay") + key_table("pay", "", "sm4"),
+     "manifest.toml:11:6: key \"pay\" has the id of an earlier key"},
     {kHeader + key_table("pay-1", kSigning) + key_table("pay"),
      "manifest.toml:12:6: key \"pay\" has no signing_key, but its id begins that of \"pay-1\", whose signing_key would "
      "be taken for "
@@ -142,6 +144,8 @@ const Refusal kRefusals[] = {
      "manifest.toml:4:6: sk has 100 bytes, at most 99 are possible"},
     {header_with("ak", "ak = \"text:a\\u0000\""), "manifest.toml:5:6: ak contains a NUL character"},
     {header_with("ak", "ak = 'random'"), "manifest.toml:5:6: ak cannot be random, for its users have to know it"},
+    {header_with("ak", "ak = 'file:open'"),
+     "manifest.toml:5:6: ak open is open to others than its owner; its mode must be 600"},
     {header_with("ak", "ak = 'file:missing'"),
      "manifest.toml:5:6: ak missing cannot be read: No such file or directory"},
     {kHeader + "[[key]]\nid = 'pay'\ncipher = 'aes-256'\nvalue = 'hex:00'\nsigning_key = 'hex:0011'\n",

@@ -18,6 +18,7 @@ list(APPEND expected
   bin/wbtables
   "${LIBDIR}/libquen-wbkit.so"
   "${LIBDIR}/libwbkit-log.so"
+  "${LIBDIR}/cmake/QuenWbkit/WbkitTables.cmake"
   share/java/wbkit.jar
   share/doc/QuenWbkit/LICENSE)
 file(GLOB_RECURSE installed RELATIVE "${prefix}" "${prefix}/*")
@@ -45,5 +46,5 @@ endforeach()
 # A project that knows the prefix alone: it compiles, makes a table library, and runs.
 run("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${FOLDER}/consumer" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_C_COMPILER=${CC}" "-DCMAKE_C_FLAGS=${C_FLAGS}")
-run("${CMAKE_COMMAND}" --build "${FOLDER}/consumer")
+run("${CMAKE_COMMAND}" -E env CONSUMER_AK=example "${CMAKE_COMMAND}" --build "${FOLDER}/consumer")
 run("${CMAKE_CTEST_COMMAND}" --test-dir "${FOLDER}/consumer" --output-on-failure --no-tests=error)

@@ -1,4 +1,4 @@
-#include "builder/audit/aes_steps.h"
+#include "builder/tables/aes_steps.h"
 
 namespace wbtables {
 namespace {

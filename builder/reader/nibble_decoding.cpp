@@ -1,4 +1,4 @@
-#include "builder/audit/nibble_code.h"
+#include "builder/reader/nibble_decoding.h"
 
 #include <cstddef>
 

@@ -8,8 +8,8 @@
 #include <optional>
 #include <span>
 
-#include "builder/audit/aes_steps.h"
 #include "builder/reader/key_tables.h"
+#include "builder/tables/aes_steps.h"
 
 namespace wbtables {
 

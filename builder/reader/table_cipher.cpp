@@ -1,4 +1,4 @@
-#include "builder/audit/table_cipher.h"
+#include "builder/reader/table_cipher.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,0 +1,15 @@
+// What is to be said of a table library.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace wbtables {
+
+// A sentence each, naming symbol, key and place; harmless on a terminal and never a secret.
+struct Findings {
+    std::vector<std::string> problems;
+    std::vector<std::string> notes; // worth knowing, but not wrong
+};
+
+} // namespace wbtables
