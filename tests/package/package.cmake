@@ -48,3 +48,19 @@ run("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${FOLDER}/consumer" -G "${GENERATOR}
     "-DCMAKE_C_COMPILER=${CC}" "-DCMAKE_C_FLAGS=${C_FLAGS}")
 run("${CMAKE_COMMAND}" -E env CONSUMER_AK=example "${CMAKE_COMMAND}" --build "${FOLDER}/consumer")
 run("${CMAKE_CTEST_COMMAND}" --test-dir "${FOLDER}/consumer" --output-on-failure --no-tests=error)
+
+# A project that builds for Android: its table libraries are for each ABI in a folder of its own.
+file(REMOVE_RECURSE "${FOLDER}/abis")
+run("${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}/abis" -B "${FOLDER}/abis" -G "${GENERATOR}"
+    "-DTABLES=${prefix}/${LIBDIR}/cmake/QuenWbkit/WbkitTables.cmake" "-DMANIFEST=${CONSUMER}/manifest.toml"
+    "-DWBKIT_WBTABLES=${prefix}/bin/wbtables")
+run("${CMAKE_COMMAND}" -E env CONSUMER_AK=example "${CMAKE_COMMAND}" --build "${FOLDER}/abis")
+foreach(folder IN ITEMS asked/x86 asked/armeabi-v7a android/arm64-v8a)
+  cmake_path(GET folder FILENAME abi)
+  execute_process(COMMAND "${prefix}/bin/wbtables" inspect "${FOLDER}/abis/${folder}/libwb_tables_consumer_1.so" --json
+                  OUTPUT_VARIABLE report COMMAND_ERROR_IS_FATAL ANY)
+  string(JSON found GET "${report}" abi)
+  if(NOT found STREQUAL abi)
+    message(FATAL_ERROR "${folder} holds a library for ${found}")
+  endif()
+endforeach()
