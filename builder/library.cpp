@@ -15,8 +15,8 @@
 #include "builder/object/compiler.h"
 #include "builder/object/contents.h"
 #include "builder/object/instructions.h"
-#include "builder/object/publication.h"
-#include "builder/object/work_folder.h"
+#include "builder/files/publication.h"
+#include "builder/files/work_folder.h"
 #include "builder/reader/elf_file.h"
 
 namespace wbtables {

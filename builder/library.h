@@ -22,19 +22,20 @@ struct BuildOptions {
     std::function<bool()> interrupted{};        // asked between the steps and while compilers run, by any thread
 };
 
-// Makes the table library of `set` for this machine in the existing folder `dir` and returns its path. A library of that
-// name is replaced at one stroke, and only by one that is finished and checked; on failure `dir` is as it was.
+// Makes the table library of `set` for this machine in the existing folder `dir` and returns its path. A library of
+// that name is replaced at one stroke, and only by one that is finished and checked; on failure `dir` is as it was.
 //
 // Throws Error and Interrupted.
 std::filesystem::path build_library(const KeySet &set, const std::filesystem::path &dir, const BuildOptions &options);
 
-// The same for several ABIs, in folders of `dir` named as they are, and all with the same tables and secrets. Either all
-// libraries are replaced or none. Returns their paths in the order of `abis`.
+// The same for several ABIs, in folders of `dir` named as they are, and all with the same tables and secrets. Either
+// all libraries are replaced or none. Returns their paths in the order of `abis`.
 std::vector<std::filesystem::path> build_libraries(const KeySet &set, const std::filesystem::path &dir,
                                                    const std::vector<Abi> &abis, const BuildOptions &options);
 
-// Writes what a compiler makes the table library of `set` from into the existing folder `dir`: assembler text that holds
-// for every ABI, the data that it includes, which is secret, and a text with the command lines. Returns their paths.
+// Writes what a compiler makes the table library of `set` from into the existing folder `dir`: assembler text that
+// holds for every ABI, the data that it includes, which is secret, and a text with the command lines. Returns their
+// paths.
 std::vector<std::filesystem::path> emit_sources(const KeySet &set, const std::filesystem::path &dir,
                                                 const BuildOptions &options);
 

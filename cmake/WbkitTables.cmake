@@ -5,11 +5,12 @@
 # manifest, a secret's file that it names, a file of DEPENDS or wbtables itself has changed.
 #
 #   MANIFEST          the manifest; relative to the current source folder. Its wbid and version, which name the library,
-#                     are read while the project is configured. A secret from env:NAME comes from the build's environment.
+#                     are read while the project is configured. A secret from env:NAME comes from the build's
+#                     environment.
 #   ABIS              Android ABIs: arm64-v8a, armeabi-v7a, x86_64, x86. Without it, the one that an Android toolchain
-#                     builds for, else the machine that builds. What a manifest makes at "random" is the same for all the
-#                     ABIs of one target, but not for several targets or build folders, and Gradle has one an ABI: secrets
-#                     from files are the same for all.
+#                     builds for, else the machine that builds. What a manifest makes at "random" is the same for all
+#                     the ABIs of one target, but not for several targets or build folders, and Gradle has one an ABI:
+#                     secrets from files are the same for all.
 #   WBTABLES          the program. Without it, the package's or the project's own if it runs on the machine that builds,
 #                     else what WBKIT_WBTABLES or the search path gives, else one built from the project's sources.
 #   DEPENDS           further files or targets that must be up to date first

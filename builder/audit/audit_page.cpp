@@ -20,9 +20,11 @@ constexpr const char *kHead = R"(<!DOCTYPE html>
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <meta name="color-scheme" content="light dark">
 <style>
-:root { --ink: #1c2330; --soft: #5b6472; --paper: #ffffff; --line: #d8dde5; --bar: #7d92b5; --bad: #b3261e; --good: #1b6e3c; }
+:root { --ink: #1c2330; --soft: #5b6472; --paper: #ffffff; --line: #d8dde5; --bar: #7d92b5;
+        --bad: #b3261e; --good: #1b6e3c; }
 @media (prefers-color-scheme: dark) {
-  :root { --ink: #e6e9ef; --soft: #a3acba; --paper: #14181f; --line: #343c49; --bar: #6f86ad; --bad: #ff8a80; --good: #7fd6a0; }
+  :root { --ink: #e6e9ef; --soft: #a3acba; --paper: #14181f; --line: #343c49; --bar: #6f86ad;
+          --bad: #ff8a80; --good: #7fd6a0; }
 }
 @media print {
   :root { --ink: #000; --soft: #444; --paper: #fff; --line: #bbb; --bar: #777; --bad: #b3261e; --good: #1b6e3c; }
@@ -30,8 +32,10 @@ constexpr const char *kHead = R"(<!DOCTYPE html>
 }
 body { max-width: 70rem; margin: 2rem auto; padding: 0 1rem; background: var(--paper); color: var(--ink);
        font: 1rem/1.5 system-ui, sans-serif; }
-h1 { font-size: 1.6rem; } h2 { font-size: 1.25rem; margin-top: 2.5rem; border-top: 1px solid var(--line); padding-top: 1rem; }
-dl { display: grid; grid-template-columns: max-content 1fr; gap: .1rem 1rem; } dt { color: var(--soft); } dd { margin: 0; }
+h1 { font-size: 1.6rem; }
+h2 { font-size: 1.25rem; margin-top: 2.5rem; border-top: 1px solid var(--line); padding-top: 1rem; }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: .1rem 1rem; }
+dt { color: var(--soft); } dd { margin: 0; }
 .scroll { overflow-x: auto; }
 table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 th, td { text-align: left; padding: .3rem .8rem .3rem 0; border-bottom: 1px solid var(--line); vertical-align: top; }

@@ -1,6 +1,6 @@
 // A nibble of a word is some bijection of 4 bits that are affine in u = S(y ^ k). Whatever the bijection is, where two
-// words have the same nibble, those 4 bits are equal, so the difference of their u lies in the kernel of rank 4. For the
-// right k the differences of all such collisions span 4 dimensions, for a wrong one they soon span more.
+// words have the same nibble, those 4 bits are equal, so the difference of their u lies in the kernel of rank 4. For
+// the right k the differences of all such collisions span 4 dimensions, for a wrong one they soon span more.
 //
 // The XOR table stays unread for the key byte itself. For the second round key it serves to run the first round.
 

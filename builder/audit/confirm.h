@@ -8,8 +8,8 @@
 
 namespace wbtables {
 
-// The tables encrypt random blocks as the clear cipher does under `key`. False also for tables that have not the format's
-// sizes and for a key that has not the cipher's.
+// The tables encrypt random blocks as the clear cipher does under `key`. False also for tables that have not the
+// format's sizes and for a key that has not the cipher's.
 bool confirms(const AesTablesView &tables, std::span<const std::uint8_t> key);
 bool confirms(const Sm4TablesView &tables, std::span<const std::uint8_t> key);
 

@@ -48,9 +48,9 @@ bool is_affine(const Nibbles &f) {
 }
 
 // A column is X[X[a][b]][X[d][e]] of four words, nibble by nibble, and has to be what XOR makes of them, seen through a
-// bijection for each word and one for the result. That holds for X[a][b] = h(A h^-1(a) + B h^-1(b) + c) and for no other X:
-// with three words fixed, X is an XOR seen through bijections; with that in the inner and the outer place, each of these
-// must turn an XOR into an XOR, so it is h and an affine map.
+// bijection for each word and one for the result. That holds for X[a][b] = h(A h^-1(a) + B h^-1(b) + c) and for no
+// other X: with three words fixed, X is an XOR seen through bijections; with that in the inner and the outer place,
+// each of these must turn an XOR into an XOR, so it is h and an affine map.
 bool combines_four_words(std::span<const std::uint8_t> xor_table) {
     const auto decode = decode_nibbles(xor_table);
     if (!decode) {

@@ -11,8 +11,8 @@ namespace wbtables {
 // A sentence for each thing that is wrong, naming the key, the table and the place.
 //
 // AES: the XOR table has entries below 16 and combines four words as an XOR under some bijection of nibbles; in each
-// round table each byte of the words, and in each table of the last round the byte, takes all 256 values. SM4: each table
-// is the S-box behind the XOR with one byte.
+// round table each byte of the words, and in each table of the last round the byte, takes all 256 values. SM4: each
+// table is the S-box behind the XOR with one byte.
 std::vector<std::string> table_problems(const AesTablesView &tables);
 std::vector<std::string> table_problems(const Sm4TablesView &tables);
 

@@ -16,9 +16,9 @@
 #include "builder/audit/report.h"
 #include "builder/commands/interrupt.h"
 #include "builder/error.h"
+#include "builder/files/publication.h"
+#include "builder/files/work_folder.h"
 #include "builder/keys/key_set.h"
-#include "builder/object/publication.h"
-#include "builder/object/work_folder.h"
 #include "builder/reader/table_library_file.h"
 
 namespace wbtables {

@@ -27,15 +27,15 @@ struct InspectCommand {
 };
 
 constexpr const char *kHelp =
-    R"(Says what a table library for any machine is, without running anything in it. The secrets that it holds as text (sk and
-ak) and the signing keys, which its own tables decrypt, are shown with --show-secrets alone; otherwise their lengths are.
-The AES and SM4 keys are not looked for: what it takes to find them is what an audit tells.
+    R"(Says what a table library for any machine is, without running anything in it. The secrets that it holds as text
+(sk and ak) and the signing keys, which its own tables decrypt, are shown with --show-secrets alone; otherwise their
+lengths are. The AES and SM4 keys are not looked for: what it takes to find them is what an audit tells.
 
 Example: wbtables inspect out/libwb_tables_demo_1.so
 
---json prints one object: library, wbid, version, abi, soname, needed, encoding, appid, whitelist, sk_len, ak_len, bytes,
-relocations, text_relocations, page_alignment, keys (id, cipher, bytes and, of AES keys, plain_xor_table and signing_key)
-and problems, which are those of its symbols: verify finds more. --show-secrets adds sk, ak and, in keys,
+--json prints one object: library, wbid, version, abi, soname, needed, encoding, appid, whitelist, sk_len, ak_len,
+bytes, relocations, text_relocations, page_alignment, keys (id, cipher, bytes and, of AES keys, plain_xor_table and
+signing_key) and problems, which are those of its symbols: verify finds more. --show-secrets adds sk, ak and, in keys,
 signing_key_value.
 
 Exit status: 0 done; 2 wrong usage; 4 the file is no shared object.

@@ -44,8 +44,8 @@ Each --key is ID:CIPHER or, for AES, ID:CIPHER:signing; CIPHER is aes-128, aes-1
 Example: wbtables keygen demo --wbid demo --appid com.example.demo --key pay:aes-256:signing --key sm:sm4
 then     wbtables build demo/manifest.toml -o out
 
-Exit status: 0 done; 1 a name is refused; 2 wrong usage; 4 the folder could not be written. Whenever it is not 0, nothing
-was written.
+Exit status: 0 done; 1 a name is refused; 2 wrong usage; 4 the folder could not be written. Whenever it is not 0,
+nothing was written.
 )";
 
 constexpr std::string_view kSigning = ":signing";

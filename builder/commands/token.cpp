@@ -26,8 +26,9 @@ struct TokenCommand {
 };
 
 constexpr const char *kHelp =
-    R"(A caller's token is HMAC-SHA256 of the wbid followed by the appid, under sk. An application passes its 32 bytes, not
-the hex text, as the first argument of every native that uses a key. Whoever has it may use the keys: treat it like sk.
+    R"(A caller's token is HMAC-SHA256 of the wbid followed by the appid, under sk. An application passes its 32
+bytes, not the hex text, as the first argument of every native that uses a key. Whoever has it may use the keys: treat
+it like sk.
 
 sk comes from file:PATH (mode 600), fd:N or - (standard input), without the newline at its end.
 

@@ -25,10 +25,11 @@ struct VerifyCommand {
 };
 
 constexpr const char *kHelp =
-    R"(Reads a table library for any machine, of any builder and with any encoding, and lists whatever is wrong, a line each:
-symbols, slots and lengths; tables that cannot be those of a key; signing entries that the library could not use. With
-the manifest also names that differ, and every key that does not encrypt as the clear cipher does under its value or does
-not sign with its signing_key. What the manifest makes at "random" is known to nobody and is left out.
+    R"(Reads a table library for any machine, of any builder and with any encoding, and lists whatever is wrong, a
+line each: symbols, slots and lengths; tables that cannot be those of a key; signing entries that the library could
+not use. With the manifest also names that differ, and every key that does not encrypt as the clear cipher does under
+its value or does not sign with its signing_key. What the manifest makes at "random" is known to nobody and is left
+out.
 
 Nothing in the library is run, and its keys are not needed: without the manifest, verify says that there are keys in it,
 not which ones.

@@ -8,8 +8,8 @@
 #include <fcntl.h>
 #include <openssl/crypto.h>
 
-#include "builder/file_descriptor.h"
-#include "builder/manifest/read_all.h"
+#include "builder/files/file_descriptor.h"
+#include "builder/files/read_all.h"
 
 namespace wbtables {
 namespace {

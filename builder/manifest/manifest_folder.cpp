@@ -11,9 +11,9 @@
 #include <sys/stat.h>
 
 #include "builder/error.h"
+#include "builder/files/work_folder.h"
 #include "builder/keys/hex.h"
 #include "builder/manifest/manifest.h"
-#include "builder/object/work_folder.h"
 
 namespace wbtables {
 namespace {

@@ -11,11 +11,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "builder/file_descriptor.h"
+#include "builder/files/file_descriptor.h"
+#include "builder/files/read_all.h"
 #include "builder/keys/hex.h"
 #include "builder/keys/key_set.h"
 #include "builder/keys/random.h"
-#include "builder/manifest/read_all.h"
 
 namespace wbtables {
 namespace {

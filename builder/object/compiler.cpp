@@ -136,13 +136,14 @@ std::string described(const CompilerJob &job) {
 } // namespace
 
 // A table library needs no C library and no start files; its own SONAME is how a virtual machine finds it once it is
-// loaded. 16 KiB pages and both hash tables are for Android, old and new.
+// loaded. 16 KiB pages, also where the read-only part ends, and both hash tables are for Android, old and new.
 std::vector<std::string> compiler_arguments(const std::string &source, const fs::path &output) {
     return {"-shared",
             "-nostdlib",
             "-fuse-ld=lld",
             "-Wl,-soname," + output.filename().string(),
             "-Wl,-z,max-page-size=16384",
+            "-Wl,-z,common-page-size=16384",
             "-Wl,-z,relro",
             "-Wl,-z,now",
             "-Wl,-z,noexecstack",

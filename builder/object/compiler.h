@@ -19,7 +19,8 @@ struct CompilerJob {
 // What a compiler has to be told to make a table library, but for its target.
 std::vector<std::string> compiler_arguments(const std::string &source, const std::filesystem::path &output);
 
-// Several may run at once in one folder. Throws an Error with what the compiler said if it fails, Interrupted if `interrupted` tells so while it runs.
+// Several may run at once in one folder. Throws an Error with what the compiler said if it fails, Interrupted if
+// `interrupted` tells so while it runs.
 void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted);
 
 } // namespace wbtables

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "builder/error.h"
-#include "builder/file_descriptor.h"
+#include "builder/files/file_descriptor.h"
 #include "builder/keys/key_set.h"
 #include "builder/reader/elf_parser.h"
 

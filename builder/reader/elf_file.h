@@ -18,8 +18,8 @@ class ElfFile {
   public:
     using Symbol = ElfSymbol;
 
-    // Reads the whole file. Throws an Error (Failure::library) that names the file and what is wrong with it. The file is
-    // hostile until checked: every offset, size, count, string and relocation.
+    // Reads the whole file. Throws an Error (Failure::library) that names the file and what is wrong with it. The file
+    // is hostile until checked: every offset, size, count, string and relocation.
     explicit ElfFile(const std::filesystem::path &path);
     // What it hands out are views into its bytes: it can move, they stay.
     ElfFile(const ElfFile &) = delete;

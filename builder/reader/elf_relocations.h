@@ -35,7 +35,8 @@ class RelocationReader {
     RelocationReader(ElfContents &contents, const ElfMachine *machine, SymbolAddress symbol_address)
         : contents_(contents), machine_(machine), symbol_address_(std::move(symbol_address)) {}
 
-    // A table of entries with addends, of entries whose addends stand in place, and a packed one of relative ones alone.
+    // A table of entries with addends, of entries whose addends stand in place, and a packed one of relative ones
+    // alone.
     void read_rela(Elf_Data *data, std::size_t count);
     void read_rel(Elf_Data *data, std::size_t count);
     void read_relr(std::uint64_t address, std::uint64_t size);

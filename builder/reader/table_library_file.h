@@ -23,8 +23,8 @@ std::optional<LibraryName> parse_library_name(std::string_view file_name);
 
 class TableLibraryFile {
   public:
-    // Throws an Error if the file is no shared object. What a table library lacks or has wrong is in problems() instead,
-    // so that whatever can be read of a damaged or foreign one is read.
+    // Throws an Error if the file is no shared object. What a table library lacks or has wrong is in problems()
+    // instead, so that whatever can be read of a damaged or foreign one is read.
     explicit TableLibraryFile(const std::filesystem::path &path);
 
     [[nodiscard]] const ElfFile &elf() const { return elf_; }

@@ -1,4 +1,4 @@
-#include "builder/object/publication.h"
+#include "builder/files/publication.h"
 
 #include <cerrno>
 #include <string>
@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "builder/error.h"
-#include "builder/file_descriptor.h"
+#include "builder/files/file_descriptor.h"
 
 namespace wbtables {
 namespace {
@@ -25,8 +25,8 @@ bool finish_file(const fs::path &path) {
            ::fchmod(file.get(), status.st_mode & ~mode_t{S_IWGRP | S_IWOTH}) == 0 && ::fsync(file.get()) == 0;
 }
 
-// Keeps what stands at `place` under another name. Not every file system has hard links; without them the place is empty
-// for a moment.
+// Keeps what stands at `place` under another name. Not every file system has hard links; without them the place is
+// empty for a moment.
 bool keep(const fs::path &place, const fs::path &kept) {
     struct stat status {};
     if (::lstat(place.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) {

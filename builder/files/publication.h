@@ -18,8 +18,8 @@ class Publication {
     Publication(Publication &&) = delete;
     Publication &operator=(Publication &&) = delete;
 
-    // Puts `from` in the place of `to` at one stroke, on the disk before the name changes; the last folder on the way is
-    // made if it is not there. Whoever has an earlier file open keeps it. Throws an Error that names the place.
+    // Puts `from` in the place of `to` at one stroke, on the disk before the name changes; the last folder on the way
+    // is made if it is not there. Whoever has an earlier file open keeps it. Throws an Error that names the place.
     void put(const std::filesystem::path &from, const std::filesystem::path &to);
     void finish() { done_.clear(); }
 

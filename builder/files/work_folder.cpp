@@ -1,4 +1,4 @@
-#include "builder/object/work_folder.h"
+#include "builder/files/work_folder.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "builder/error.h"
-#include "builder/file_descriptor.h"
+#include "builder/files/file_descriptor.h"
 
 namespace wbtables {
 namespace {
