@@ -22,7 +22,7 @@ class Error : public std::runtime_error {
     Failure failure_;
 };
 
-// Thrown where BuildOptions::interrupted says so.
+// Thrown where BuildOptions::interruptions says so.
 class Interrupted : public std::exception {
   public:
     [[nodiscard]] const char *what() const noexcept override { return "interrupted"; }

@@ -10,13 +10,13 @@
 #include "builder/check/check.h"
 #include "builder/check/file_check.h"
 #include "builder/error.h"
+#include "builder/files/publication.h"
+#include "builder/files/work_folder.h"
 #include "builder/keys/rules.h"
 #include "builder/object/assembler.h"
 #include "builder/object/compiler.h"
 #include "builder/object/contents.h"
 #include "builder/object/instructions.h"
-#include "builder/files/publication.h"
-#include "builder/files/work_folder.h"
 #include "builder/reader/elf_file.h"
 
 namespace wbtables {
@@ -108,7 +108,7 @@ class Build {
         begin_step(library, "assemble and link");
         run_compiler({options_.compiler, folder_.path(), library.abi == nullptr ? "" : library.abi->target, kSource,
                       library.path},
-                     options_.interrupted);
+                     options_.interruptions);
     }
 
     // A library that this machine cannot load is compared as a file; so is one that it can.
@@ -128,7 +128,7 @@ class Build {
     }
 
     void throw_if_interrupted() const {
-        if (options_.interrupted && options_.interrupted()) {
+        if (options_.interruptions && options_.interruptions() != 0) {
             throw Interrupted();
         }
     }

@@ -1,11 +1,15 @@
 // wbtables: makes table libraries for libquen-wbkit.so.
 
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <string>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 
 #include "builder/commands/audit.h"
@@ -34,10 +38,34 @@ ExitCode exit_code_of(Failure failure) {
     return kLibraryFailed;
 }
 
-// Clear keys stand in this process's memory: no crash may write that to a file.
+// Clear keys stand in this process's memory: no crash may write that to a file, or to a program that takes cores over a
+// pipe, for which the limit does not hold.
 void forbid_core_files() {
     const rlimit none{0, 0};
     static_cast<void>(::setrlimit(RLIMIT_CORE, &none));
+    static_cast<void>(::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0));
+}
+
+// What was printed is the result, so it must have gone where it should.
+void finish_output() {
+    errno = 0;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        const std::string reason = errno == 0 ? "" : ": " + std::generic_category().message(errno);
+        throw Error(Failure::library, "standard output: cannot be written" + reason);
+    }
+}
+
+ExitCode parse_and_run(CLI::App &app, int argc, char **argv, const std::function<void()> &command) {
+    try {
+        app.parse(argc, argv);
+        command();
+    } catch (const CLI::ParseError &error) { // help too
+        if (app.exit(error) != 0) {
+            return kUsage;
+        }
+    }
+    finish_output();
+    return kDone;
 }
 
 int run(int argc, char **argv) {
@@ -54,13 +82,7 @@ int run(int argc, char **argv) {
     add_token_command(app, command);
     add_verify_command(app, command);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? kDone : kUsage;
-    }
-    try {
-        command();
-        return kDone;
+        return parse_and_run(app, argc, argv, command);
     } catch (const Interrupted &) {
         end_as_interrupted();
     } catch (const Error &error) {

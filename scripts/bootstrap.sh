@@ -20,6 +20,8 @@ tables:   clang lld
 '
 test_packages='
 tests:    libgtest-dev libgmock-dev junit5 openssl
+linkers:  binutils-aarch64-linux-gnu binutils-arm-linux-gnueabihf binutils-i686-linux-gnu
+shell:    zsh
 audit:    chromium
 format:   clang-format-14
 lint:     clang-tidy-14

@@ -53,7 +53,7 @@ struct Correlation {
     std::array<CorrelatedByte, 16> bytes{};
 };
 // One result for each of `trace_counts`, which ascend from at least 1: of the first so many traces of one series, of
-// random plaintexts.
+// random plaintexts. The tables have the format's sizes.
 std::vector<Correlation> correlate(const AesTablesView &tables, const std::vector<std::size_t> &trace_counts);
 
 } // namespace wbtables

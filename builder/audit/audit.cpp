@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <openssl/evp.h>
 
+#include "builder/check/table_check.h"
 #include "builder/keys/hex.h"
 #include "builder/keys/key_set.h"
 
@@ -49,10 +50,8 @@ double cpu_seconds() {
 }
 
 std::string_view name_of_aes(std::uint32_t rounds) {
-    const auto *const row =
-        std::find_if(std::begin(kAlgorithms), std::end(kAlgorithms),
-                     [rounds](const AlgorithmRow &r) { return r.rounds == static_cast<int>(rounds); });
-    return row == std::end(kAlgorithms) ? "aes" : row->name;
+    const AlgorithmRow *const row = aes_of(rounds);
+    return row == nullptr ? "aes" : row->name;
 }
 
 template <typename Tables>
@@ -108,7 +107,8 @@ AttackResult judge_peaks(const PeakRow &row, const std::vector<Correlation> &cor
         const std::size_t count = count_right(correlation, row.guess, right);
         result.needed = correlation.traces;
         result.succeeded = count == kBlock;
-        result.remark = fmt::format("{} of {} key bytes", count, kBlock);
+        result.remark =
+            fmt::format("{} of {} key bytes; the CPU time is that of highest and lowest peak together", count, kBlock);
         if (result.succeeded) {
             result.key = right;
             result.fingerprint = fingerprint_of(right);
@@ -149,6 +149,7 @@ KeyAudit audit_aes(const AesTablesView &tables, const AuditOptions &options) {
     KeyAudit audit;
     audit.key_id = tables.key_id;
     audit.cipher = name_of_aes(tables.rounds);
+    audit.plain_xor_table = adds_plain_nibbles(tables);
     run_attacks(kAesAttacks, tables, options, audit);
     add_correlation(tables, options, audit);
     return audit;
@@ -178,6 +179,7 @@ LibraryAudit audit_library(const std::string &file, const TableLibraryFile &libr
     for (const Sm4TablesView &tables : library.sm4_keys()) {
         audit.keys.push_back(audit_sm4(tables, options));
     }
+    audit.unreadable_keys = library.unreadable_keys();
     return audit;
 }
 
@@ -192,6 +194,24 @@ bool is_conclusive(const KeyAudit &audit) {
     return std::any_of(audit.attacks.begin(), audit.attacks.end(), [&audit](const AttackResult &attack) {
         return attack.succeeded && (attack.attack == kStructure || audit.cipher == row_of(Algorithm::sm4).name);
     });
+}
+
+bool was_recovered(const KeyAudit &audit) {
+    return std::any_of(audit.attacks.begin(), audit.attacks.end(),
+                       [](const AttackResult &attack) { return attack.succeeded; });
+}
+
+std::string plain_tables_warning(const LibraryAudit &audit) {
+    if (audit.encoding == "none") {
+        return "its tables are not encoded: every key can be read from them.";
+    }
+    std::string ids;
+    for (const KeyAudit &key : audit.keys) {
+        if (key.plain_xor_table) {
+            ids.append(ids.empty() ? "" : ", ").append(in_quotes(key.key_id));
+        }
+    }
+    return ids.empty() ? "" : fmt::format("the XOR table is plain, so the tables are not encoded, of key {}", ids);
 }
 
 std::string fingerprint_of(const SecretBytes &key) {

@@ -40,6 +40,7 @@ struct ByteCorrelation {
 struct KeyAudit {
     std::string key_id;
     std::string_view cipher;
+    bool plain_xor_table = false; // so that the tables are not encoded, whatever the library says
     std::vector<AttackResult> attacks;
     std::size_t traces = 0;             // behind `correlation`
     std::vector<ByteCorrelation> bytes; // AES: 16
@@ -53,6 +54,7 @@ struct LibraryAudit {
     std::string encoding;
     std::vector<std::string> problems; // what is wrong with the library itself
     std::vector<KeyAudit> keys;
+    std::vector<std::string> unreadable_keys; // ids of those whose tables are not complete
 };
 
 struct AuditOptions {
@@ -68,6 +70,11 @@ bool is_conclusive(const KeyAudit &audit);
 
 // The first 8 bytes of its SHA-256, in hex: tells keys apart without telling them.
 std::string fingerprint_of(const SecretBytes &key);
+
+bool was_recovered(const KeyAudit &audit);
+
+// What stands in the file as it is: that of every key, or of those named; empty: nothing does.
+std::string plain_tables_warning(const LibraryAudit &audit);
 
 // The place of the right guess, from 1, among all by falling peaks; equal peaks count against it.
 std::size_t rank_of_right(const ByteCorrelation &byte);

@@ -1,8 +1,7 @@
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "builder/audit/report.h"
+#include "builder/json_text.h"
 #include "builder/keys/hex.h"
 
 namespace wbtables {
@@ -23,7 +22,7 @@ ordered_json json_of(const AttackResult &attack, const ReportOptions &options) {
     }
     if (options.show_secrets && !attack.key.empty()) {
         const SecretBytes hex = to_hex(attack.key);
-        json["key"] = std::string(hex.begin(), hex.end());
+        json["key"] = as_text(hex);
     }
     return json;
 }
@@ -39,7 +38,10 @@ ordered_json json_of(const ByteCorrelation &byte) {
 }
 
 ordered_json json_of(const KeyAudit &key, const ReportOptions &options) {
-    ordered_json json = {{"id", key.key_id}, {"cipher", key.cipher}, {"conclusive", is_conclusive(key)}};
+    ordered_json json = {{"id", key.key_id},
+                         {"cipher", key.cipher},
+                         {"conclusive", is_conclusive(key)},
+                         {"plain_xor_table", key.plain_xor_table}};
     for (const AttackResult &attack : key.attacks) {
         json["attacks"].push_back(json_of(attack, options));
     }
@@ -55,14 +57,18 @@ ordered_json json_of(const KeyAudit &key, const ReportOptions &options) {
 } // namespace
 
 std::string audit_json(const LibraryAudit &audit, const ReportOptions &options) {
-    ordered_json json = {
-        {"file", audit.file},         {"wbid", audit.wbid},         {"version", audit.version},     {"abi", audit.abi},
-        {"encoding", audit.encoding}, {"problems", audit.problems}, {"keys", ordered_json::array()}};
+    ordered_json json = {{"file", audit.file},
+                         {"wbid", audit.wbid},
+                         {"version", audit.version},
+                         {"abi", audit.abi},
+                         {"encoding", audit.encoding},
+                         {"problems", audit.problems},
+                         {"unreadable_keys", audit.unreadable_keys},
+                         {"keys", ordered_json::array()}};
     for (const KeyAudit &key : audit.keys) {
         json["keys"].push_back(json_of(key, options));
     }
-    // Names come from the file: what is not UTF-8 in them is replaced.
-    return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    return json_text(json);
 }
 
 } // namespace wbtables

@@ -92,12 +92,15 @@ class Page {
     void add_summary(const LibraryAudit &audit) {
         const auto recovered = std::count_if(audit.keys.begin(), audit.keys.end(), was_recovered);
         append("<section>\n<h2>Summary</h2>\n<div class=\"summary\">\n");
-        if (audit.encoding == "none") {
-            append("<p class=\"recovered\">The tables are not encoded: every key can be read from them.</p>\n");
+        if (const std::string warning = plain_tables_warning(audit); !warning.empty()) {
+            append("<p class=\"recovered\">Warning: {}</p>\n", escaped(warning));
         }
         append("<p><strong>{} of {} keys were recovered</strong> from this file alone, knowing nothing but its "
                "format.</p>\n",
-               recovered, audit.keys.size());
+               recovered, audit.keys.size() + audit.unreadable_keys.size());
+        for (const std::string &id : audit.unreadable_keys) {
+            append("<p class=\"recovered\">Key <code>{}</code>: its tables cannot be read.</p>\n", escaped(id));
+        }
         for (const std::string_view paragraph : kStatement) {
             append("<p>{}</p>\n", escaped(paragraph));
         }
@@ -137,11 +140,6 @@ class Page {
         fmt::format_to(std::back_inserter(text_), format, std::forward<Args>(args)...);
     }
 
-    static bool was_recovered(const KeyAudit &key) {
-        return std::any_of(key.attacks.begin(), key.attacks.end(),
-                           [](const AttackResult &attack) { return attack.succeeded; });
-    }
-
     void add_term(std::string_view term, std::string_view value) {
         append("<dt>{}</dt><dd>{}</dd>", term, value.empty() ? "unknown" : value);
     }
@@ -158,7 +156,7 @@ class Page {
                attack.fingerprint);
         if (options_.show_secrets && !attack.key.empty()) {
             const SecretBytes hex = to_hex(attack.key);
-            append("<br><code>{}</code>", std::string_view(reinterpret_cast<const char *>(hex.data()), hex.size()));
+            append("<br><code>{}</code>", as_text(hex));
         }
         append("</td></tr>\n");
     }

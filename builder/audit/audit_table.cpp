@@ -17,11 +17,16 @@ class Table {
     void add_heading(const LibraryAudit &audit) {
         line("{}: wbid {}, version {}, {}, encoding {}", without_controls(audit.file), in_quotes(audit.wbid),
              audit.version.empty() ? "unknown" : audit.version, audit.abi, without_controls(audit.encoding));
-        if (audit.encoding == "none") {
-            line("WARNING: its tables are not encoded: every key can be read from them.");
+        if (const std::string warning = plain_tables_warning(audit); !warning.empty()) {
+            line("WARNING: {}", warning);
         }
         for (const std::string &problem : audit.problems) {
             line("problem: {}", problem);
+        }
+        const auto recovered = std::count_if(audit.keys.begin(), audit.keys.end(), was_recovered);
+        line("{} of {} keys recovered", recovered, audit.keys.size() + audit.unreadable_keys.size());
+        for (const std::string &id : audit.unreadable_keys) {
+            line("key {}: its tables cannot be read", in_quotes(id));
         }
     }
 
@@ -62,7 +67,7 @@ class Table {
         }
         if (options_.show_secrets && !attack.key.empty()) {
             const SecretBytes hex = to_hex(attack.key);
-            line("  {:25} {}", "", std::string_view(reinterpret_cast<const char *>(hex.data()), hex.size()));
+            line("  {:25} {}", "", as_text(hex));
         }
     }
 

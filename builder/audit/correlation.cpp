@@ -7,70 +7,44 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <numeric>
 
 #include "builder/audit/attack.h"
 #include "builder/keys/random.h"
-#include "builder/tables/aes_key_schedule.h"
+#include "builder/reader/table_cipher.h"
+#include "builder/tables/aes_steps.h"
 #include "builder/tables/gf2.h"
 #include "builder/tables/predicted_masks.h"
 
 namespace wbtables {
 namespace {
 
-constexpr std::size_t kPositions = 16;
 constexpr std::size_t kBytes = 256;
 constexpr std::size_t kMasks = kPredictedMasks.size();
 
 constexpr std::size_t kWordBits = 32;
 constexpr std::size_t kSamples = (16 + 8 + 4) * kWordBits;
 
-using Block = std::array<std::uint8_t, kPositions>;
 using Trace = std::array<std::uint8_t, kSamples>; // bits
 
 // What the block function does in the first round, step by step.
-class FirstRound {
-  public:
-    explicit FirstRound(const AesTablesView &tables) : tables_(tables) {}
-
-    [[nodiscard]] Trace trace(const Block &plaintext) const {
-        std::array<std::uint32_t, kSamples / kWordBits> words{};
-        for (std::size_t position = 0; position < kPositions; ++position) {
-            const std::size_t from = (position + 4 * (position % 4)) % kPositions; // ShiftRows
-            words[position] = word(position, plaintext[from]);
-        }
-        // Pairs of words, then pairs of these results.
-        for (std::size_t pair = 0; pair < 8 + 4; ++pair) {
-            words[kPositions + pair] = add(words[2 * pair], words[2 * pair + 1]);
-        }
-        Trace bits{};
-        for (std::size_t i = 0; i < kSamples; ++i) {
-            bits[i] = words[i / kWordBits] >> i % kWordBits & 1U;
-        }
-        return bits;
+Trace trace_first_round(const AesTableCipher &cipher, const AesState &plaintext) {
+    std::array<std::uint32_t, kSamples / kWordBits> words{};
+    for (std::size_t position = 0; position < kAesBlock; ++position) {
+        words[position] = cipher.word(0, position, plaintext[shifted_from(position)]);
     }
-
-  private:
-    [[nodiscard]] std::uint32_t word(std::size_t position, std::size_t byte) const {
-        std::uint32_t word = 0;
-        std::memcpy(&word, &tables_.round_tables[(position * kBytes + byte) * sizeof word], sizeof word);
-        return word;
+    // Pairs of words, then pairs of these results.
+    for (std::size_t pair = 0; pair < 8 + 4; ++pair) {
+        words[kAesBlock + pair] = cipher.add(words[2 * pair], words[2 * pair + 1]);
     }
-
-    // An entry of 16 or more, which the format forbids, is cut to a nibble.
-    [[nodiscard]] std::uint32_t add(std::uint32_t left, std::uint32_t right) const {
-        std::uint32_t sum = 0;
-        for (std::size_t shift = 0; shift < kWordBits; shift += 4) {
-            sum |= (tables_.xor_table[(left >> shift & 15U) * 16 + (right >> shift & 15U)] & 15U) << shift;
-        }
-        return sum;
+    Trace bits{};
+    for (std::size_t i = 0; i < kSamples; ++i) {
+        bits[i] = words[i / kWordBits] >> i % kWordBits & 1U;
     }
-
-    const AesTablesView &tables_;
-};
+    return bits;
+}
 
 constexpr std::size_t kLanes = 16;
 constexpr std::size_t kGroups = kSamples / kLanes;
@@ -214,31 +188,26 @@ class ByteStatistics {
     std::array<std::array<std::uint32_t, kSamples>, kBytes> sums_{};
 };
 
-// ShiftRows moves byte `at` of the input to the word at this position.
-constexpr std::size_t word_of(std::size_t at) {
-    return (at + 12 * (at % 4)) % kPositions;
-}
-
 } // namespace
 
 std::vector<Correlation> correlate(const AesTablesView &tables, const std::vector<std::size_t> &trace_counts) {
-    const FirstRound round(tables);
+    const AesTableCipher cipher = AesTableCipher::over(tables).value();
     const Predictions predictions = transformed_predictions();
-    std::vector<ByteStatistics> statistics(kPositions);
+    std::vector<ByteStatistics> statistics(kAesBlock);
     std::vector<Correlation> results;
     std::size_t traces = 0;
     for (const std::size_t count : trace_counts) {
         for (; traces < count; ++traces) {
-            Block plaintext{};
+            AesState plaintext{};
             fill_random(plaintext);
-            const Trace trace = round.trace(plaintext);
-            for (std::size_t at = 0; at < kPositions; ++at) {
+            const Trace trace = trace_first_round(cipher, plaintext);
+            for (std::size_t at = 0; at < kAesBlock; ++at) {
                 statistics[at].add(plaintext[at], trace);
             }
         }
         Correlation &result = results.emplace_back(Correlation{traces, {}});
-        for (std::size_t at = 0; at < kPositions; ++at) {
-            result.bytes[at] = statistics[at].correlate(predictions, word_of(at) * (kWordBits / kLanes));
+        for (std::size_t at = 0; at < kAesBlock; ++at) {
+            result.bytes[at] = statistics[at].correlate(predictions, shifted_to(at) * (kWordBits / kLanes));
         }
     }
     return results;

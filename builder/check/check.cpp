@@ -13,8 +13,10 @@
 
 #include "builder/error.h"
 #include "builder/keys/clear_cipher.h"
+#include "builder/keys/limits.h"
 #include "builder/keys/random.h"
 #include "quen/aes.h"
+#include "quen/hash.h"
 #include "quen/sm4.h"
 #include "quen/tables.h"
 
@@ -24,8 +26,7 @@ namespace {
 constexpr std::size_t kBlock = 16;
 constexpr std::size_t kSingleBlocks = 32;
 constexpr std::size_t kStreamBytes = 256 * kBlock + 5;
-// The library opens no path that is longer.
-constexpr std::size_t kLongestPath = 199;
+constexpr std::size_t kSignedBytes = 100;
 
 // What a mode function of either cipher takes, in whatever order it takes it.
 struct StreamCall {
@@ -94,14 +95,14 @@ class LibraryCheck {
     // With a path too long for the library the loader finds the object by its SONAME, because it is loaded already.
     void load(const std::filesystem::path &folder) {
         const std::string path = folder / file_name(set_);
-        if (path.size() <= kLongestPath) {
+        if (path.size() <= kLongestFileName) {
             folder_ = folder.string();
             dir_ = folder_.c_str();
         }
         void *const loaded = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
         if (loaded == nullptr) {
             // NOLINTNEXTLINE(concurrency-mt-unsafe): its text is the thread's own
-            fail(fmt::format("cannot be loaded: {}", dlerror()));
+            fail(fmt::format("cannot be loaded: {}", without_controls(dlerror())));
         }
         handle_ = get_so_handle(dir_, set_.wbid.c_str(), set_.version);
         require(handle_ == loaded, "another library of its name is in the way");
@@ -123,7 +124,8 @@ class LibraryCheck {
         const tb_common common = get_tb_common(dir_, set_.wbid.c_str(), set_.version);
         require(common.status == 0, fmt::format("its metadata cannot be read: {}", common.status));
         require(common.keyids == joined_ids(set_), "its list of key ids differs");
-        require(same_text(common.appid, set_.appid) && same_text(common.sk, set_.sk) && same_text(common.ak, set_.ak),
+        require(same_text(common.appid, set_.appid) && same_text(common.sk, as_text(set_.sk)) &&
+                    same_text(common.ak, as_text(set_.ak)),
                 "its appid, sk or ak differs");
         require(set_.whitelist ? same_text(common.whitelist, *set_.whitelist) : common.whitelist == nullptr,
                 "its whitelist differs");
@@ -188,12 +190,14 @@ class LibraryCheck {
         }
         require(status == 0 && content_len == key.signing_key->size(),
                 fmt::format("has no readable signing entry: {}", status));
-        SecretBytes decrypted(content_len);
-        std::int64_t decrypted_len = 0;
-        require(aes_WBkit_decrypt_cfb(dir_, iv.data(), content.data(), content_len, decrypted.data(), &decrypted_len, 0,
-                                      set_.wbid.c_str(), key.id.c_str(), set_.version) == 0 &&
-                    decrypted == *key.signing_key,
-                "has a signing entry that does not decrypt to its signing_key");
+        const SecretBytes text = random_bytes(kSignedBytes);
+        const SecretBytes expected = clear_hmac(*key.signing_key, text);
+        SecretBytes mac(expected.size());
+        std::uint32_t mac_len = 0;
+        require(signature(dir_, text.data(), text.size(), set_.wbid.c_str(), key.id.c_str(), set_.version, mac.data(),
+                          &mac_len) == 0 &&
+                    mac_len == mac.size() && mac == expected,
+                "does not sign as HMAC-SHA256 under its signing_key does");
     }
 
     void require_same(const KeySpec &key, std::span<const std::uint8_t> got, std::span<const std::uint8_t> expected,
@@ -202,11 +206,7 @@ class LibraryCheck {
                 fmt::format("does not encrypt as {} does: {}", row_of(key.algorithm).name, what));
     }
 
-    template <typename Text>
-    static bool same_text(const char *got, const Text &expected) {
-        return got != nullptr && std::string_view(got) ==
-                                     std::string_view(reinterpret_cast<const char *>(expected.data()), expected.size());
-    }
+    static bool same_text(const char *got, std::string_view expected) { return got != nullptr && got == expected; }
 
     void require(bool holds, std::string_view message) {
         if (!holds) {

@@ -13,6 +13,7 @@
 #include "builder/keys/random.h"
 #include "builder/reader/packed_entry.h"
 #include "builder/reader/table_cipher.h"
+#include "quen/hash.h"
 
 namespace wbtables {
 namespace {
@@ -47,9 +48,14 @@ class Comparison {
   private:
     void report(const std::string &problem) { findings_.problems.push_back(problem); }
     void report_key(std::string_view problem) { report(fmt::format("{} {}", subject_, problem)); }
-    void note_unknown(std::string_view what) {
-        findings_.notes.push_back(
-            fmt::format("{} is random in the manifest, so there is nothing to compare it with", what));
+    // Whether the manifest knows this field; one that it makes at random it does not.
+    bool is_known(std::string_view field, const SecretBytes &expected) {
+        (expected.empty() ? findings_.not_compared : findings_.compared).emplace_back(field);
+        if (expected.empty()) {
+            findings_.notes.push_back(
+                fmt::format("{} is random in the manifest, so there is nothing to compare it with", field));
+        }
+        return !expected.empty();
     }
 
     void compare_names() {
@@ -61,15 +67,14 @@ class Comparison {
     }
 
     void compare_text(std::string_view name, std::string_view found, std::string_view expected) {
+        findings_.compared.emplace_back(name);
         if (found != expected) {
             report(fmt::format("{} is {}, the manifest says {}", name, in_quotes(found), in_quotes(expected)));
         }
     }
 
     void compare_secret(std::string_view name, const SecretBytes &found, const SecretBytes &expected) {
-        if (expected.empty()) {
-            note_unknown(name);
-        } else if (found != expected) {
+        if (is_known(name, expected) && found != expected) {
             report(fmt::format("{} is not the manifest's", name));
         }
     }
@@ -101,8 +106,7 @@ class Comparison {
 
     template <typename Cipher>
     void compare_blocks(const KeySpec &key, const std::optional<Cipher> &cipher) {
-        if (key.value.empty()) {
-            note_unknown(fmt::format("{}: value", subject_));
+        if (!is_known(fmt::format("{}: value", subject_), key.value)) {
             return;
         }
         SecretBytes blocks = random_bytes(kBlocks * kBlock);
@@ -128,11 +132,22 @@ class Comparison {
             }
         } else if (!entry) {
             report_key("has no signing entry for its signing_key");
-        } else if (key.signing_key->empty()) {
-            note_unknown(fmt::format("{}: signing_key", subject_));
-        } else if (decrypt_entry(*entry, tables) != *key.signing_key) {
+        } else if (is_known(fmt::format("{}: signing_key", subject_), *key.signing_key) &&
+                   !signs_with(decrypt_entry(*entry, tables), *key.signing_key)) {
             report_key("signs with another key than the manifest's signing_key");
         }
+    }
+
+    // Equal keys say more than equal HMACs, for HMAC fills short keys up with zeros; that the library computes it as
+    // OpenSSL does is the rest.
+    static bool signs_with(const SecretBytes &found, const SecretBytes &expected) {
+        const SecretBytes text = random_bytes(kBlock);
+        const SecretBytes expected_mac = clear_hmac(expected, text);
+        SecretBytes mac(expected_mac.size());
+        return found == expected &&
+               hmac_sha256(text.data(), text.size(), found.data(), static_cast<std::int32_t>(found.size()),
+                           mac.data()) == 0 &&
+               mac == expected_mac;
     }
 
     // What is wrong with entries is reported elsewhere.

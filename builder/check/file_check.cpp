@@ -6,12 +6,11 @@
 
 #include "builder/error.h"
 #include "builder/keys/key_set.h"
+#include "builder/keys/limits.h"
 #include "builder/reader/table_library_file.h"
 
 namespace wbtables {
 namespace {
-
-constexpr std::uint64_t kLargestPage = 16384;
 
 class FileCheck {
   public:

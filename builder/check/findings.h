@@ -10,6 +10,9 @@ namespace wbtables {
 struct Findings {
     std::vector<std::string> problems;
     std::vector<std::string> notes; // worth knowing, but not wrong
+    // Fields of the manifest that the library was compared with, and those that could not be.
+    std::vector<std::string> compared;
+    std::vector<std::string> not_compared;
 };
 
 } // namespace wbtables

@@ -7,6 +7,7 @@
 
 #include "builder/check/table_check.h"
 #include "builder/keys/key_set.h"
+#include "builder/keys/limits.h"
 #include "builder/reader/packed_entry.h"
 
 namespace wbtables {
@@ -41,7 +42,6 @@ class LibraryVerification {
         if (library_.elf().has_text_relocations()) {
             findings_.problems.emplace_back("it has text relocations, and Android loads no library that has");
         }
-        constexpr std::uint64_t kLargestPage = 16384;
         if (library_.elf().page_alignment() < kLargestPage) {
             findings_.notes.push_back(
                 fmt::format("its segments are aligned to {} bytes; Android devices with pages of {} "
@@ -70,12 +70,10 @@ class LibraryVerification {
 
     // An entry may serve others than `signature`, so this is no problem.
     void note_unusual(const PackedEntry &entry) {
-        constexpr std::size_t kSigningKeyLen = 32;
-        constexpr std::size_t kIvLen = 16;
-        if (entry.content.size() != kSigningKeyLen || entry.iv.size() != kIvLen) {
-            findings_.notes.push_back(
-                fmt::format("the signing entry of key {} has {} bytes and an iv of {}; signing uses {} and {}",
-                            in_quotes(entry.key_id), entry.content.size(), entry.iv.size(), kSigningKeyLen, kIvLen));
+        if (entry.content.size() != kSigningKeyLen || entry.iv.size() != kSigningIvLen) {
+            findings_.notes.push_back(fmt::format(
+                "the signing entry of key {} has {} bytes and an iv of {}; signing uses {} and {}",
+                in_quotes(entry.key_id), entry.content.size(), entry.iv.size(), kSigningKeyLen, kSigningIvLen));
         }
         if (std::ranges::find(library_.aes_keys(), entry.key_id, &AesTablesView::key_id) == library_.aes_keys().end()) {
             findings_.notes.push_back(

@@ -50,8 +50,8 @@ SHA-256. That AES and SM4 keys are recovered is what to expect of this format.
 
 Example: wbtables audit out/libwb_tables_demo_1.so --html audit.html
 
-Exit status: 0 the audit is done, whatever it found; 2 wrong usage; 4 the library cannot be read, holds no key, or holds
-tables of another make, which the audit cannot judge.
+Exit status: 0 the audit is done, whatever it found; 2 wrong usage; 4 the library cannot be read, holds no key or one
+whose tables cannot be read, or holds tables of another make, which the audit cannot judge.
 )";
 
 void write_page(const fs::path &path, const std::string &page, bool secret) {
@@ -88,11 +88,15 @@ void run_audit(const AuditCommand &command) {
     if (!command.page.empty()) {
         write_page(command.page, audit_page(audit, report), command.show_secrets);
     }
+    const std::string name = without_controls(command.library);
     if (audit.keys.empty()) {
-        throw Error(Failure::library, fmt::format("{}: holds no key that can be read", command.library));
+        throw Error(Failure::library, fmt::format("{}: holds no key that can be read", name));
+    }
+    if (!audit.unreadable_keys.empty()) {
+        throw Error(Failure::library, fmt::format("{}: holds keys whose tables cannot be read", name));
     }
     if (!std::all_of(audit.keys.begin(), audit.keys.end(), is_conclusive)) {
-        throw Error(Failure::library, fmt::format("{}: holds tables that this audit cannot judge", command.library));
+        throw Error(Failure::library, fmt::format("{}: holds tables that this audit cannot judge", name));
     }
 }
 
@@ -107,6 +111,7 @@ void add_audit_command(CLI::App &app, std::function<void()> &run) {
     audit->add_option("--traces", command->traces, "how many traces correlation takes, up to a million each")
         ->type_name("N,N,...")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::Range(std::size_t{2}, kMostTraces))
         ->capture_default_str();
     audit->add_flag("--show-secrets", command->show_secrets, "show the recovered keys themselves");

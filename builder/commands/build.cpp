@@ -11,10 +11,10 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "builder/commands/interrupt.h"
+#include "builder/commands/json.h"
 #include "builder/commands/library_log.h"
 #include "builder/keys/key_set.h"
 #include "builder/keys/random.h"
@@ -59,7 +59,7 @@ constexpr const char *kHelp = R"(A manifest is a TOML file:
 
 Secrets come from file:PATH (relative to the manifest, mode 600), env:NAME, fd:N, - (standard input) or, ak aside,
 are made at "random". With --allow-inline-keys, for tests, also hex:... for keys and text:... for sk and ak: text in
-the manifest, which is not wiped from memory to the last copy.
+the manifest, which then must have mode 600 too, and which is not wiped from memory to the last copy.
 
 Example: wbtables build demo.toml -o out
 makes    out/libwb_tables_demo_1.so, for this machine
@@ -72,7 +72,8 @@ makes    tables.s, tables.bin and README.txt in sources, for a build that runs t
 a library, abi).
 
 Exit status: 0 done; 1 the manifest or its secrets are refused; 2 wrong usage; 3 the compiler failed; 4 a finished
-library failed its check or could not be written. Whenever it is not 0, nothing was written.
+library failed its check, or it or standard output could not be written. Whenever it is not 0, nothing was written, but
+for when standard output alone is to blame.
 )";
 
 void warn(std::string_view message) {
@@ -115,7 +116,7 @@ std::vector<BuiltFile> build_files(const BuildCommand &command, const KeySet &se
     return files;
 }
 
-void print_json(const KeySet &set, EncodingKind encoding, const std::vector<BuiltFile> &files) {
+void print_report(const KeySet &set, EncodingKind encoding, const std::vector<BuiltFile> &files) {
     nlohmann::ordered_json report = {
         {"wbid", set.wbid}, {"version", set.version}, {"encoding", encoding_name(encoding)}};
     for (const KeySpec &key : set.keys) {
@@ -129,15 +130,14 @@ void print_json(const KeySet &set, EncodingKind encoding, const std::vector<Buil
         }
         report["files"].push_back(row);
     }
-    // A path may be in no encoding at all.
-    fmt::print("{}\n", report.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+    print_json(report);
 }
 
 void print_text(const KeySet &set, const std::vector<BuiltFile> &files) {
     for (const BuiltFile &file : files) {
         const std::string keys =
             file.abi.empty() ? "" : fmt::format("{} key{}, ", set.keys.size(), set.keys.size() == 1 ? "" : "s");
-        fmt::print("{}: {}{} bytes\n", file.path.string(), keys, fs::file_size(file.path));
+        fmt::print("{}: {}{} bytes\n", without_controls(file.path.string()), keys, fs::file_size(file.path));
     }
 }
 
@@ -155,7 +155,7 @@ void run_build(const BuildCommand &command) {
     options.encoding = command.encoding == "none" ? EncodingKind::none : EncodingKind::hardened;
     options.compiler = command.ndk.empty() ? command.compiler : find_ndk_compiler(command.ndk).string();
     options.library_log = take_library_log;
-    options.interrupted = was_interrupted;
+    options.interruptions = interruptions;
     if (::isatty(STDERR_FILENO) != 0) {
         options.progress = [](std::string_view step) { fmt::print(stderr, "wbtables: {}\n", step); };
     }
@@ -165,7 +165,7 @@ void run_build(const BuildCommand &command) {
         warn("WARNING: tables.bin IS SECRET: whoever has it has the keys, sk and ak. Remove it after the build!");
     }
     if (command.json) {
-        print_json(set, options.encoding, files);
+        print_report(set, options.encoding, files);
     } else {
         print_text(set, files);
     }
@@ -185,11 +185,13 @@ void add_build_command(CLI::App &app, std::function<void()> &run) {
     const auto command = std::make_shared<BuildCommand>();
     CLI::App *const build = app.add_subcommand("build", "Make table libraries from a manifest of keys");
     build->add_option("MANIFEST", command->manifest, "the manifest, a TOML file")->required();
-    build->add_option("-o,--output", command->folder, "the folder, an existing one, that everything goes to")
+    build
+        ->add_option("-o,--output", command->folder,
+                     "the folder that everything goes to; its last part is made if needed")
         ->type_name("DIR")
         ->required();
     auto *const abi = build->add_option("--abi", command->abis, "for these ABIs of Android instead of this machine");
-    abi->type_name("ABI,...")->delimiter(',')->check(CLI::IsMember(abi_names()));
+    abi->type_name("ABI,...")->delimiter(',')->allow_extra_args(false)->check(CLI::IsMember(abi_names()));
     build->add_option("--encoding", command->encoding, "hardened: random encodings; none: the plain tables, for tests")
         ->type_name("hardened|none")
         ->check(CLI::IsMember({"hardened", "none"}));

@@ -18,10 +18,10 @@ constexpr const char *kHelp =
   bash:  source <(wbtables completion bash)
   zsh:   source <(wbtables completion zsh)      after compinit
 
-Example: wbtables completion bash > ~/.local/share/bash-completion/completions/wbtables
+Example: wbtables completion bash >> ~/.bashrc
 makes    bash know it from the next shell on
 
-Exit status: 0 done; 2 wrong usage.
+Exit status: 0 done; 2 wrong usage; 4 standard output cannot be written.
 )";
 
 // What completes a value, as the shells say it, by the name that the help gives the value.
@@ -180,8 +180,8 @@ std::string zsh_value(const CLI::Option &option) {
     return fmt::format(":{}:{}", zsh_text(value.name), value.zsh);
 }
 
-// The specifications of a command's options and places.
-std::string zsh_specifications(const CLI::App &command) {
+// What zsh is to know of the options and places of a command.
+std::string zsh_arguments(const CLI::App &command) {
     std::string out;
     for (const CLI::Option *option : options_of(command)) {
         for (const std::string &spelling : spellings(*option)) {
@@ -204,8 +204,7 @@ std::string zsh_script(const CLI::App &app) {
     std::string branches;
     for (const CLI::App *command : subcommands(app)) {
         names.append(fmt::format("            '{}:{}'\n", command->get_name(), zsh_text(command->get_description())));
-        branches.append(
-            fmt::format("        {}) _arguments{} ;;\n", command->get_name(), zsh_specifications(*command)));
+        branches.append(fmt::format("        {}) _arguments{} ;;\n", command->get_name(), zsh_arguments(*command)));
     }
     return fmt::format(R"(#compdef {0}
 # Completion of {0} for zsh. Made by: {0} completion zsh
@@ -230,7 +229,7 @@ else
     compdef _{0} {0}
 fi
 )",
-                       app.get_name(), zsh_specifications(app), names, branches);
+                       app.get_name(), zsh_arguments(app), names, branches);
 }
 
 } // namespace

@@ -35,15 +35,11 @@ Example: wbtables inspect out/libwb_tables_demo_1.so
 
 --json prints one object: library, wbid, version, abi, soname, needed, encoding, appid, whitelist, sk_len, ak_len,
 bytes, relocations, text_relocations, page_alignment, keys (id, cipher, bytes and, of AES keys, plain_xor_table and
-signing_key) and problems, which are those of its symbols: verify finds more. --show-secrets adds sk, ak and, in keys,
-signing_key_value.
+signing_key) and problems, which are those of its symbols and code that it brings: verify finds more. --show-secrets
+adds sk, ak and, in keys, signing_key_value.
 
 Exit status: 0 done; 2 wrong usage; 4 the file is no shared object.
 )";
-
-std::string_view as_text(const SecretBytes &bytes) {
-    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
-}
 
 struct KeyRow {
     std::string id;
@@ -59,10 +55,9 @@ std::vector<KeyRow> key_rows(const TableLibraryFile &library) {
         rows.push_back({key.key_id, row_of(Algorithm::sm4).name, key.tables.size(), false, nullptr});
     }
     for (const AesTablesView &key : library.aes_keys()) {
-        const auto *const row = std::ranges::find_if(
-            kAlgorithms, [&key](const AlgorithmRow &each) { return each.rounds == static_cast<int>(key.rounds); });
-        rows.push_back({key.key_id, row->name, key.xor_table.size() + key.round_tables.size() + key.last_round.size(),
-                        adds_plain_nibbles(key), &key});
+        rows.push_back({key.key_id, aes_of(key.rounds)->name,
+                        key.xor_table.size() + key.round_tables.size() + key.last_round.size(), adds_plain_nibbles(key),
+                        &key});
     }
     return rows;
 }

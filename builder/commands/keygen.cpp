@@ -15,6 +15,7 @@
 #include "builder/error.h"
 #include "builder/keys/hex.h"
 #include "builder/keys/key_set.h"
+#include "builder/keys/limits.h"
 #include "builder/keys/random.h"
 #include "builder/keys/rules.h"
 #include "builder/manifest/manifest_folder.h"
@@ -44,8 +45,8 @@ Each --key is ID:CIPHER or, for AES, ID:CIPHER:signing; CIPHER is aes-128, aes-1
 Example: wbtables keygen demo --wbid demo --appid com.example.demo --key pay:aes-256:signing --key sm:sm4
 then     wbtables build demo/manifest.toml -o out
 
-Exit status: 0 done; 1 a name is refused; 2 wrong usage; 4 the folder could not be written. Whenever it is not 0,
-nothing was written.
+Exit status: 0 done; 1 a name is refused; 2 wrong usage; 4 the folder or standard output could not be written. Whenever
+it is not 0, nothing was written, but for when standard output alone is to blame.
 )";
 
 constexpr std::string_view kSigning = ":signing";
@@ -80,7 +81,7 @@ std::string check_key(const std::string &text) {
 }
 
 SecretBytes random_text() {
-    return to_hex(random_bytes(32));
+    return to_hex(random_bytes(kRandomTextLen));
 }
 
 KeySet make_key_set(const KeygenCommand &command) {
@@ -97,7 +98,7 @@ KeySet make_key_set(const KeygenCommand &command) {
         const KeyArgument key = parse_key(text).value();
         set.keys.push_back({key.id, key.algorithm, random_bytes(row_of(key.algorithm).key_len), {}});
         if (key.signing) {
-            set.keys.back().signing_key = random_bytes(32);
+            set.keys.back().signing_key = random_bytes(kSigningKeyLen);
         }
     }
     return set;

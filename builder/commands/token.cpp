@@ -35,7 +35,7 @@ sk comes from file:PATH (mode 600), fd:N or - (standard input), without the newl
 Example: wbtables token --wbid demo --appid com.example.demo --sk file:secrets/sk
 prints   the token as 64 hex digits
 
-Exit status: 0 done; 1 a name or sk is refused; 2 wrong usage.
+Exit status: 0 done; 1 a name or sk is refused; 2 wrong usage; 4 memory ran out, or standard output cannot be written.
 )";
 
 SecretBytes read_sk(const std::string &source) {
@@ -57,7 +57,7 @@ void run_token(const TokenCommand &command) {
     set.sk = read_sk(command.sk);
     refuse(caller_problems(set));
     const SecretBytes hex = to_hex(caller_token(set.wbid, set.appid, set.sk));
-    const std::string_view text(reinterpret_cast<const char *>(hex.data()), hex.size());
+    const std::string_view text = as_text(hex);
     if (command.json) {
         const nlohmann::ordered_json document = {{"wbid", set.wbid}, {"appid", set.appid}, {"token", text}};
         print_json(document);

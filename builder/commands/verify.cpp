@@ -26,10 +26,10 @@ struct VerifyCommand {
 
 constexpr const char *kHelp =
     R"(Reads a table library for any machine, of any builder and with any encoding, and lists whatever is wrong, a
-line each: symbols, slots and lengths; tables that cannot be those of a key; signing entries that the library could
-not use. With the manifest also names that differ, and every key that does not encrypt as the clear cipher does under
-its value or does not sign with its signing_key. What the manifest makes at "random" is known to nobody and is left
-out.
+line each: symbols, slots and lengths; symbols that a loader would not find; code, which no table needs, and tables that
+a process could write to; tables that cannot be those of a key; signing entries that the library could not use. With
+the manifest also names that differ, and every key that does not encrypt as the clear cipher does under its value or
+does not sign with its signing_key. What the manifest makes at "random" is known to nobody and is left out.
 
 Nothing in the library is run, and its keys are not needed: without the manifest, verify says that there are keys in it,
 not which ones.
@@ -37,7 +37,8 @@ not which ones.
 Example: wbtables verify out/libwb_tables_demo_1.so demo.toml
 prints   out/libwb_tables_demo_1.so: fine: x86_64, 2 keys, 1 signing entry; as demo.toml says
 
---json prints one object: library, manifest, abi, keys, signing_entries, fine, problems and notes.
+--json prints one object: library, manifest, abi, keys, signing_entries, fine, problems, notes and compared, which lists
+the manifest's fields that the library was compared with.
 
 Exit status: 0 nothing is wrong; 1 the manifest or its secrets are refused; 2 wrong usage; 4 something is wrong, or the
 file is no shared object.
@@ -56,7 +57,15 @@ void print_as_json(const VerifyCommand &command, const TableLibraryFile &library
          {"signing_entries", library.signing_entries().size()},
          {"fine", findings.problems.empty()},
          {"problems", findings.problems},
-         {"notes", findings.notes}});
+         {"notes", findings.notes},
+         {"compared", findings.compared}});
+}
+
+std::string describe_comparison(const VerifyCommand &command, const Findings &findings) {
+    return command.manifest.empty()
+               ? "not compared with a manifest"
+               : fmt::format("as {} says{}", without_controls(command.manifest),
+                             findings.not_compared.empty() ? "" : ", as far as it can be compared");
 }
 
 void print_as_text(const VerifyCommand &command, const TableLibraryFile &library, const Findings &findings) {
@@ -71,8 +80,7 @@ void print_as_text(const VerifyCommand &command, const TableLibraryFile &library
         fmt::print("{}: fine: {}, {}, {}; {}\n", name, library.elf().abi(),
                    counted(library.aes_keys().size() + library.sm4_keys().size(), "key", "keys"),
                    counted(library.signing_entries().size(), "signing entry", "signing entries"),
-                   command.manifest.empty() ? "not compared with a manifest"
-                                            : fmt::format("as {} says", without_controls(command.manifest)));
+                   describe_comparison(command, findings));
     }
 }
 

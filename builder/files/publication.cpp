@@ -11,6 +11,7 @@
 
 #include "builder/error.h"
 #include "builder/files/file_descriptor.h"
+#include "builder/keys/key_set.h"
 
 namespace wbtables {
 namespace {
@@ -55,8 +56,8 @@ void Publication::put(const fs::path &from, const fs::path &to) {
     if (!finish_file(from) || ::rename(from.c_str(), to.c_str()) != 0) {
         const int reason = errno;
         restore(step);
-        throw Error(Failure::library,
-                    fmt::format("{}: cannot be written: {}", to.string(), std::generic_category().message(reason)));
+        throw Error(Failure::library, fmt::format("{}: cannot be written: {}", without_controls(to.string()),
+                                                  std::generic_category().message(reason)));
     }
     done_.push_back(step);
 }

@@ -7,8 +7,22 @@
 
 namespace wbtables {
 
+// A folder that is made if it is not there, and that goes with the object if it was made and is empty.
+class ParentFolder {
+  public:
+    explicit ParentFolder(const std::filesystem::path &path);
+    ~ParentFolder();
+    ParentFolder(const ParentFolder &) = delete;
+    ParentFolder &operator=(const ParentFolder &) = delete;
+    ParentFolder(ParentFolder &&) = delete;
+    ParentFolder &operator=(ParentFolder &&) = delete;
+
+  private:
+    std::filesystem::path made_; // empty: nothing
+};
+
 // Made inside `parent`, so that a finished file can be renamed into `parent` at one stroke; removed with all its
-// contents when the object goes.
+// contents when the object goes. If `parent` is not there it is made too, and kept if something was published there.
 class WorkFolder {
   public:
     explicit WorkFolder(const std::filesystem::path &parent);
@@ -24,6 +38,7 @@ class WorkFolder {
     void publish(const std::filesystem::path &to) const;
 
   private:
+    ParentFolder parent_;
     std::filesystem::path path_;
 };
 

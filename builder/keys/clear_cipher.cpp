@@ -47,4 +47,15 @@ std::vector<std::uint8_t> clear_encrypt(Algorithm algorithm, ClearMode mode, std
     return out;
 }
 
+SecretBytes clear_hmac(std::span<const std::uint8_t> key, std::span<const std::uint8_t> message) {
+    SecretBytes mac(EVP_MAX_MD_SIZE);
+    std::size_t mac_len = 0;
+    if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, key.data(), key.size(), message.data(), message.size(),
+                  mac.data(), mac.size(), &mac_len) == nullptr) {
+        throw Error(Failure::library, "OpenSSL cannot compute HMAC-SHA256");
+    }
+    mac.resize(mac_len);
+    return mac;
+}
+
 } // namespace wbtables

@@ -33,6 +33,15 @@ constexpr AlgorithmRow kAlgorithms[] = {
 constexpr const AlgorithmRow &row_of(Algorithm algorithm) {
     return kAlgorithms[static_cast<std::size_t>(algorithm)];
 }
+// The AES with so many rounds; null if there is none.
+constexpr const AlgorithmRow *aes_of(std::int64_t rounds) {
+    for (const AlgorithmRow &row : kAlgorithms) {
+        if (row.algorithm != Algorithm::sm4 && row.rounds == rounds) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
 constexpr bool is_aes(Algorithm algorithm) {
     return algorithm != Algorithm::sm4;
 }
@@ -68,7 +77,8 @@ std::string describe_key(const KeySet &set, std::size_t index);
 // In double quotes, harmless on a terminal and not too long.
 std::string in_quotes(std::string_view text);
 
-// The whole text, with control characters made harmless: for the names of files.
+// The whole text, without what is harmful on a terminal: controls, characters that change the direction of others or
+// are not seen, and what is no UTF-8. For the names of files.
 std::string without_controls(std::string_view text);
 
 } // namespace wbtables

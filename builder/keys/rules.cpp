@@ -13,8 +13,6 @@
 namespace wbtables {
 namespace {
 
-constexpr std::size_t kSigningKeyLen = 32;
-
 constexpr std::string_view kAlphanumeric = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 
 bool consists_of(std::string_view text, std::string_view others) {
@@ -94,7 +92,7 @@ class Rules {
             // The library compares a caller's ak over the length of its own: an empty one would admit everybody.
             add(field, fmt::format("{} is empty", field));
         }
-        check_text(field, {reinterpret_cast<const char *>(text.data()), text.size()}, kLongestAccessText);
+        check_text(field, as_text(text), kLongestAccessText);
     }
 
     void check_id(std::size_t index) {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
 
 #include <openssl/crypto.h>
@@ -26,5 +28,9 @@ struct WipingAllocator {
 
 // A vector keeps its bytes on the heap whatever their number, so none stay behind in a moved-from object either.
 using SecretBytes = std::vector<std::uint8_t, WipingAllocator<std::uint8_t>>;
+
+inline std::string_view as_text(std::span<const std::uint8_t> bytes) {
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
 
 } // namespace wbtables

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "builder/error.h"
+#include "builder/keys/key_set.h"
 
 namespace wbtables {
 
@@ -21,7 +23,7 @@ struct Position {
 
 class Diagnostics {
   public:
-    explicit Diagnostics(std::string file) : file_(std::move(file)) {}
+    explicit Diagnostics(std::string_view file) : file_(without_controls(file)) {}
 
     void add(Position position, std::string message) { lines_.push_back({position, std::move(message)}); }
 

@@ -7,8 +7,10 @@
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
+#include <sys/stat.h>
 
 #include "builder/files/file_descriptor.h"
+#include "builder/files/private_file.h"
 #include "builder/files/read_all.h"
 
 namespace wbtables {
@@ -18,19 +20,23 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLongestManifest = 1U << 20U;
 
-SecretBytes read_manifest_file(const fs::path &path) {
+SecretBytes read_manifest_file(const fs::path &path, std::string_view &exposure) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
     try {
-        if (!file.is_open()) {
+        if (!file.is_open() || ::fstat(file.get(), &status) != 0) {
             throw std::system_error(errno, std::generic_category());
         }
+        exposure = exposure_of(status);
         if (auto text = read_all(file.get(), kLongestManifest)) {
             return *std::move(text);
         }
     } catch (const std::system_error &error) {
-        throw Error(Failure::refused, fmt::format("{}: cannot be read: {}", path.string(), error.code().message()));
+        throw Error(Failure::refused,
+                    fmt::format("{}: cannot be read: {}", without_controls(path.string()), error.code().message()));
     }
-    throw Error(Failure::refused, fmt::format("{}: longer than {} bytes", path.string(), kLongestManifest));
+    throw Error(Failure::refused,
+                fmt::format("{}: longer than {} bytes", without_controls(path.string()), kLongestManifest));
 }
 
 // The parser quotes what it stumbles over, which may be a key that lacks its quotation marks: that part goes.
@@ -52,10 +58,10 @@ std::string without_quotes_of_the_text(std::string_view description) {
     return out;
 }
 
-toml::table parse(const fs::path &path) {
-    const SecretBytes text = read_manifest_file(path);
+toml::table parse(const fs::path &path, std::string_view &exposure) {
+    const SecretBytes text = read_manifest_file(path, exposure);
     try {
-        return toml::parse(std::string_view(reinterpret_cast<const char *>(text.data()), text.size()));
+        return toml::parse(as_text(text));
     } catch (const toml::parse_error &error) {
         Diagnostics diagnostics(path.string());
         diagnostics.add(position_of(error.source()), without_quotes_of_the_text(error.description()));
@@ -81,7 +87,7 @@ void wipe(toml::node &node) {
 
 } // namespace
 
-Document::Document(const fs::path &path) : root_(parse(path)) {}
+Document::Document(const fs::path &path) : root_(parse(path, exposure_)) {}
 
 Document::~Document() {
     wipe(root_);

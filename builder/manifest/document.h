@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 #include <toml++/toml.h>
 
@@ -22,8 +23,12 @@ class Document {
 
     [[nodiscard]] const toml::table &root() const { return root_; }
 
+    // Why no secret may stand in its file; empty if one may.
+    [[nodiscard]] std::string_view exposure() const { return exposure_; }
+
   private:
-    toml::table root_;
+    std::string_view exposure_;
+    toml::table root_; // read after what is said of its file
 };
 
 inline Position position_of(const toml::source_region &region) {

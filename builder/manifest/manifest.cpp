@@ -14,6 +14,7 @@
 
 #include <fmt/format.h>
 
+#include "builder/keys/limits.h"
 #include "builder/keys/rules.h"
 #include "builder/manifest/diagnostics.h"
 #include "builder/manifest/document.h"
@@ -23,9 +24,6 @@ namespace wbtables {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t kRandomTextBytes = 32;
-constexpr std::size_t kSigningKeyBytes = 32;
 
 // A field of the manifest itself, or of the key with this index.
 struct Place {
@@ -113,6 +111,13 @@ class ManifestParser {
             refuse(place, "is empty, which would admit every caller; to have that, leave the field out");
             return;
         }
+        // In the text that the library searches, a comma ends a name.
+        if (std::any_of(names->begin(), names->end(), [](const toml::node &name) {
+                return name.as_string()->get().find(',') != std::string::npos;
+            })) {
+            refuse(place, "has a name with a comma: write a string for each name");
+            return;
+        }
         std::string joined;
         for (const toml::node &name : *names) {
             joined.append(joined.empty() ? "" : ",").append(name.as_string()->get());
@@ -121,7 +126,7 @@ class ManifestParser {
     }
 
     void read_sk(const toml::node &node, const Place &place) {
-        read_source(node, place, SecretForm::text, kRandomTextBytes);
+        read_source(node, place, SecretForm::text, kRandomTextLen);
     }
     void read_ak(const toml::node &node, const Place &place) { read_source(node, place, SecretForm::text, 0); }
     void read_value(const toml::node &node, const Place &place) {
@@ -129,7 +134,7 @@ class ManifestParser {
     }
     void read_signing_key(const toml::node &node, const Place &place) {
         set_.keys[*place.key].signing_key.emplace();
-        read_source(node, place, SecretForm::key, kSigningKeyBytes);
+        read_source(node, place, SecretForm::key, kSigningKeyLen);
     }
 
     void read_cipher(const toml::node &node, const Place &place) {
@@ -170,6 +175,9 @@ class ManifestParser {
                 refuse(place, *fd == 0
                                   ? "reads standard input, which another field has read to its end"
                                   : fmt::format("reads descriptor {}, which another field has read to its end", *fd));
+            }
+            if (source.is_inline() && !document_.exposure().empty()) {
+                refuse(place, fmt::format("stands in a manifest that {}", document_.exposure()));
             }
             sources_.emplace_back(place, source);
         } catch (const SourceError &error) {

@@ -58,8 +58,9 @@ class ManifestWriter {
 
     void write() {
         if (::mkdir((folder_ / kSecrets).c_str(), S_IRWXU) != 0) {
-            throw Error(Failure::library, fmt::format("{}: cannot be written: {}", (folder_ / kSecrets).string(),
-                                                      std::generic_category().message(errno)));
+            throw Error(Failure::library,
+                        fmt::format("{}: cannot be written: {}", without_controls((folder_ / kSecrets).string()),
+                                    std::generic_category().message(errno)));
         }
         const std::string_view ignore_all = "*\n";
         write_file(folder_ / kSecrets / ".gitignore", std::as_bytes(std::span(ignore_all)));

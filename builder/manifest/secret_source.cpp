@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "builder/files/file_descriptor.h"
+#include "builder/files/private_file.h"
 #include "builder/files/read_all.h"
 #include "builder/keys/hex.h"
 #include "builder/keys/key_set.h"
@@ -54,12 +55,8 @@ SecretBytes read_file(const fs::path &path) {
     if (!S_ISREG(status.st_mode)) {
         throw SourceError(fmt::format("{} is not a regular file", name));
     }
-    // Whoever owns it can read it and choose what it holds.
-    if (status.st_uid != ::geteuid() && status.st_uid != 0) {
-        throw SourceError(fmt::format("{} belongs to another user", name));
-    }
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        throw SourceError(fmt::format("{} is open to others than its owner; its mode must be 600", name));
+    if (const std::string_view exposure = exposure_of(status); !exposure.empty()) {
+        throw SourceError(fmt::format("{} {}", name, exposure));
     }
     return read_descriptor(file.get(), name);
 }

@@ -32,7 +32,7 @@ class SourceError : public std::runtime_error {
 //   -            standard input, read to its end
 //   random       made at random, where the field allows it
 //   hex:DIGITS   the key itself, for keys, and
-//   text:TEXT    the text itself, for texts: only if inline secrets are allowed
+//   text:TEXT    the text itself, for texts: only if inline secrets are allowed, and nobody else may read the manifest
 // One newline at the end of what is read is not part of the secret.
 class SecretSource {
   public:
@@ -44,6 +44,7 @@ class SecretSource {
     [[nodiscard]] std::optional<int> descriptor() const;
 
     [[nodiscard]] bool is_random() const { return kind_ == Kind::random; }
+    [[nodiscard]] bool is_inline() const { return kind_ == Kind::literal; }
 
     // Throws SourceError.
     [[nodiscard]] SecretBytes read(const std::filesystem::path &folder) const;

@@ -4,10 +4,10 @@
 
 #include <fmt/format.h>
 
+#include "builder/keys/limits.h"
+
 namespace wbtables {
 namespace {
-
-constexpr std::size_t kLargestPage = std::size_t{16} * 1024;
 
 class AssemblerText {
   public:
@@ -57,8 +57,9 @@ std::string assembler_text(const Image &image, std::string_view data_file) {
     for (const Image::PointerArray &array : image.arrays()) {
         append_array(text, image, array);
     }
-    // What the loader protects ends on a page of the largest size, and is mapped up to there: a loader refuses a library
-    // whose protected part reaches beyond its memory, and not every linker fills it up. It takes no room in the file.
+    // What the loader protects ends on a page of the largest size, and is mapped up to there: a loader refuses a
+    // library whose protected part reaches beyond its memory, and not every linker fills it up. It takes no room in the
+    // file.
     text.append("    .section .bss.rel.ro,\"aw\",%nobits\n    .balign {0}\n    .skip {0}\n", kLargestPage);
     text.append("    .section .note.GNU-stack,\"\",%progbits\n");
     return text.take();

@@ -58,7 +58,12 @@ class SpawnSetup {
         check(posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO));
         check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
         check(posix_spawnattr_init(&attributes_));
-        check(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP));
+        check(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF));
+        sigset_t defaults; // what this program may ignore
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGPIPE);
+        sigaddset(&defaults, SIGXFSZ);
+        check(posix_spawnattr_setsigdefault(&attributes_, &defaults));
     }
     ~SpawnSetup() {
         posix_spawnattr_destroy(&attributes_);
@@ -104,23 +109,61 @@ pid_t start(const CompilerJob &job) {
     return child;
 }
 
+// Ends the compiler and what it started, at first in a friendly way.
+class Ending {
+  public:
+    explicit Ending(pid_t child) : group_(-child) {}
+
+    void proceed(int interruptions) {
+        constexpr auto kPatience = std::chrono::seconds(2);
+        const auto now = std::chrono::steady_clock::now();
+        if (!asked_) {
+            ::kill(group_, SIGTERM);
+            asked_ = true;
+            asked_at_ = now;
+        } else if (interruptions > 1 || now - asked_at_ > kPatience) {
+            ::kill(group_, SIGKILL);
+        }
+    }
+    // While the compiler's id is still its own.
+    void finish() const {
+        if (asked_) {
+            ::kill(group_, SIGKILL);
+        }
+    }
+
+  private:
+    pid_t group_;
+    bool asked_ = false;
+    std::chrono::steady_clock::time_point asked_at_{};
+};
+
+bool has_ended(pid_t child) {
+    siginfo_t info{};
+    if (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 && errno != EINTR) {
+        throw std::system_error(errno, std::generic_category(), "waitid");
+    }
+    return info.si_pid == child;
+}
+
 // Asks again and again: a signal that came just before a blocking wait would not end it.
-int wait_for(pid_t child, const std::function<bool()> &interrupted) {
+int wait_for(pid_t child, const std::function<int()> &interruptions) {
     constexpr auto kInterval = std::chrono::milliseconds(2);
-    int status = 0;
-    for (;;) {
-        const pid_t ended = ::waitpid(child, &status, WNOHANG);
-        if (ended == child) {
-            return status;
-        }
-        if (ended < 0 && errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), "waitpid");
-        }
-        if (interrupted && interrupted()) {
-            ::kill(-child, SIGTERM);
+    Ending ending(child);
+    while (!has_ended(child)) {
+        if (const int count = interruptions ? interruptions() : 0; count != 0) {
+            ending.proceed(count);
         }
         std::this_thread::sleep_for(kInterval);
     }
+    ending.finish();
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "waitpid");
+        }
+    }
+    return status;
 }
 
 std::string contents(const fs::path &path) {
@@ -156,9 +199,9 @@ std::vector<std::string> compiler_arguments(const std::string &source, const fs:
             source};
 }
 
-void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted) {
-    const int status = wait_for(start(job), interrupted);
-    if (interrupted && interrupted()) {
+void run_compiler(const CompilerJob &job, const std::function<int()> &interruptions) {
+    const int status = wait_for(start(job), interruptions);
+    if (interruptions && interruptions() != 0) {
         throw Interrupted();
     }
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {

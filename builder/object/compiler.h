@@ -20,7 +20,8 @@ struct CompilerJob {
 std::vector<std::string> compiler_arguments(const std::string &source, const std::filesystem::path &output);
 
 // Several may run at once in one folder. Throws an Error with what the compiler said if it fails, Interrupted if
-// `interrupted` tells so while it runs.
-void run_compiler(const CompilerJob &job, const std::function<bool()> &interrupted);
+// `interruptions` tells of one while it runs. It and what it started are asked to end then, and killed if they take
+// long or at a second interruption.
+void run_compiler(const CompilerJob &job, const std::function<int()> &interruptions);
 
 } // namespace wbtables

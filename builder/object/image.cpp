@@ -20,7 +20,7 @@ std::size_t Image::add_text(std::string symbol, std::string_view text) {
 }
 
 std::size_t Image::add_text(std::string symbol, const SecretBytes &text) {
-    return add_text(std::move(symbol), {reinterpret_cast<const char *>(text.data()), text.size()});
+    return add_text(std::move(symbol), as_text(text));
 }
 
 void Image::add_pointers(std::string symbol, std::span<const std::size_t> items) {

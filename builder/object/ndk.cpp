@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "builder/error.h"
+#include "builder/keys/key_set.h"
 
 namespace wbtables {
 
@@ -21,8 +22,8 @@ fs::path find_ndk_compiler(const fs::path &folder) {
             return compiler;
         }
     }
-    throw Error(Failure::compiler,
-                fmt::format("{}: no NDK: there is no toolchains/llvm/prebuilt/*/bin/clang in it", folder.string()));
+    throw Error(Failure::compiler, fmt::format("{}: no NDK: there is no toolchains/llvm/prebuilt/*/bin/clang in it",
+                                               without_controls(folder.string())));
 }
 
 } // namespace wbtables

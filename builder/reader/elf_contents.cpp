@@ -25,6 +25,16 @@ std::optional<std::span<const std::uint8_t>> ElfContents::bytes(std::uint64_t ad
     return all.first(size);
 }
 
+bool ElfContents::is_writable(std::uint64_t address, std::uint64_t size) const {
+    const bool may_be = std::ranges::any_of(segments, [&](const ElfSegment &segment) {
+        return segment.writable && address < segment.address + segment.memory_size &&
+               (address >= segment.address || segment.address - address < size);
+    });
+    return may_be && std::ranges::none_of(protections, [&](const ElfProtection &part) {
+               return address >= part.address && size <= part.size && address - part.address <= part.size - size;
+           });
+}
+
 std::optional<std::uint64_t> ElfContents::number(std::uint64_t address, std::size_t size) const {
     const auto field = bytes(address, size);
     if (!field) {

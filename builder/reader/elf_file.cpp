@@ -7,11 +7,12 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "builder/error.h"
 #include "builder/files/file_descriptor.h"
+#include "builder/files/read_all.h"
 #include "builder/keys/key_set.h"
+#include "builder/reader/elf_hash_tables.h"
 #include "builder/reader/elf_parser.h"
 
 namespace wbtables {
@@ -33,18 +34,12 @@ SecretBytes read_file(const std::filesystem::path &path) {
     if (static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
         throw MalformedElf(fmt::format("has {} bytes, at most {} are read", status.st_size, kLargestFile));
     }
-    SecretBytes bytes(static_cast<std::size_t>(status.st_size));
-    for (std::size_t at = 0; at < bytes.size();) {
-        const ssize_t count = ::read(file.get(), &bytes[at], bytes.size() - at);
-        if (count == 0) {
-            throw MalformedElf("became shorter while it was read");
-        }
-        if (count < 0 && errno != EINTR) {
-            throw std::system_error(errno, std::generic_category());
-        }
-        at += count < 0 ? 0 : static_cast<std::size_t>(count);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    auto bytes = read_all(file.get(), size);
+    if (!bytes || bytes->size() != size) {
+        throw MalformedElf("was changed while it was read");
     }
-    return bytes;
+    return *std::move(bytes);
 }
 
 ElfContents read_contents(const std::filesystem::path &path) {
@@ -87,6 +82,17 @@ bool ElfFile::is_relocated(std::uint64_t address, std::uint64_t size) const {
     const std::uint64_t first = address - std::min<std::uint64_t>(address, pointer_len() - 1);
     const auto found = std::ranges::lower_bound(contents_.relocations, first, {}, &ElfRelocation::address);
     return found != contents_.relocations.end() && (found->address < address || found->address - address < size);
+}
+
+bool ElfFile::is_found_alike(std::string_view name) const {
+    const Symbol *const symbol = find(name);
+    return std::ranges::all_of(look_up(contents_, name), [symbol](const auto &found) {
+        return symbol == nullptr ? !found : found && *found == symbol->index;
+    });
+}
+
+std::size_t ElfFile::executable_segments() const {
+    return static_cast<std::size_t>(std::ranges::count(contents_.segments, true, &ElfSegment::executable));
 }
 
 std::string_view host_abi() {

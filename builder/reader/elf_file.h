@@ -45,6 +45,13 @@ class ElfFile {
     // Whether the loader changes any of these bytes, so that they are not what the file says.
     [[nodiscard]] bool is_relocated(std::uint64_t address, std::uint64_t size) const;
 
+    // Whether the process may write to any of these bytes.
+    [[nodiscard]] bool is_writable(std::uint64_t address, std::uint64_t size) const {
+        return contents_.is_writable(address, size);
+    }
+    // Whether a loader, through every hash table, finds what find() finds: that symbol or none.
+    [[nodiscard]] bool is_found_alike(std::string_view name) const;
+
     // arm64-v8a, armeabi-v7a, x86_64, x86; "machine" and its number for another.
     [[nodiscard]] std::string_view abi() const { return contents_.abi; }
     [[nodiscard]] std::size_t pointer_len() const { return contents_.pointer_len; }         // 4 or 8
@@ -53,6 +60,10 @@ class ElfFile {
     [[nodiscard]] std::size_t relocations() const { return contents_.relocations.size(); }
     [[nodiscard]] bool has_text_relocations() const { return contents_.text_relocations; }
     [[nodiscard]] const std::vector<std::string> &needed() const { return contents_.needed; }
+    // Entries of the dynamic section for code that the loader runs, as in DT_INIT.
+    [[nodiscard]] const std::vector<std::string_view> &initialisers() const { return contents_.initialisers; }
+    [[nodiscard]] const std::vector<std::string> &functions() const { return contents_.functions; } // exported
+    [[nodiscard]] std::size_t executable_segments() const;
     [[nodiscard]] std::uint64_t file_size() const { return contents_.file.size(); }
 
   private:

@@ -9,6 +9,7 @@
 #include <gelf.h>
 #include <libelf.h>
 
+#include "builder/reader/elf_hash_tables.h"
 #include "builder/reader/elf_relocations.h"
 
 namespace wbtables {
@@ -16,8 +17,21 @@ namespace {
 
 constexpr std::size_t kMostSegments = 1024;
 constexpr std::size_t kMostDynamicEntries = 4096;
-constexpr std::size_t kMostSymbols = std::size_t{1} << 16U;
 constexpr std::size_t kLongestName = 1024;
+
+// What the loader runs, and by which entry an array of that says its size.
+struct Initialiser {
+    std::int64_t tag;
+    std::optional<std::int64_t> size;
+    std::string_view name;
+};
+constexpr Initialiser kInitialisers[] = {
+    {DT_PREINIT_ARRAY, DT_PREINIT_ARRAYSZ, "DT_PREINIT_ARRAY"}, {DT_INIT, {}, "DT_INIT"},
+    {DT_INIT_ARRAY, DT_INIT_ARRAYSZ, "DT_INIT_ARRAY"},          {DT_FINI, {}, "DT_FINI"},
+    {DT_FINI_ARRAY, DT_FINI_ARRAYSZ, "DT_FINI_ARRAY"},
+};
+// Each makes some loader load another library.
+constexpr std::int64_t kNeeded[] = {DT_NEEDED, DT_AUXILIARY, DT_FILTER};
 
 class ElfParser {
   public:
@@ -69,6 +83,8 @@ class ElfParser {
             }
             if (header.p_type == PT_LOAD) {
                 add_segment(header);
+            } else if (header.p_type == PT_GNU_RELRO) {
+                add_protection(header);
             } else if (header.p_type == PT_DYNAMIC) {
                 dynamic_ = header.p_vaddr;
                 dynamic_size_ = header.p_filesz;
@@ -93,7 +109,15 @@ class ElfParser {
         }
         contents_.page_alignment =
             segments.empty() ? header.p_align : std::min(contents_.page_alignment, header.p_align);
-        segments.push_back({header.p_vaddr, header.p_memsz, header.p_offset, header.p_filesz});
+        segments.push_back({header.p_vaddr, header.p_memsz, header.p_offset, header.p_filesz,
+                            (header.p_flags & PF_W) != 0, (header.p_flags & PF_X) != 0});
+    }
+
+    void add_protection(const GElf_Phdr &header) {
+        if (header.p_vaddr + header.p_memsz < header.p_vaddr) {
+            throw MalformedElf("has a segment that does not fit the file");
+        }
+        contents_.protections.push_back({header.p_vaddr, header.p_memsz});
     }
 
     // The file's bytes at an address as an array of `type`, in this machine's form.
@@ -127,6 +151,13 @@ class ElfParser {
             contents_.needed.push_back(text(name));
         }
         contents_.soname = value(DT_SONAME) ? text(*value(DT_SONAME)) : "";
+        contents_.sysv_hash = value(DT_HASH);
+        contents_.gnu_hash = value(DT_GNU_HASH);
+        for (const Initialiser &row : kInitialisers) {
+            if (value(row.tag) && (!row.size || value(*row.size).value_or(0) != 0)) {
+                contents_.initialisers.push_back(row.name);
+            }
+        }
         contents_.text_relocations = value(DT_TEXTREL).has_value() || (value(DT_FLAGS).value_or(0) & DF_TEXTREL) != 0;
     }
 
@@ -137,7 +168,7 @@ class ElfParser {
             throw MalformedElf("has its relocations in Android's packed form, which is not read");
         }
         const std::uint64_t number = entry.d_un.d_val; // NOLINT(cppcoreguidelines-pro-type-union-access): libelf's
-        if (entry.d_tag == DT_NEEDED) {
+        if (std::ranges::find(kNeeded, entry.d_tag) != std::end(kNeeded)) {
             needed.push_back(number);
         }
         auto *const row = std::ranges::find(tags_, canonical(entry.d_tag), &Dynamic::tag);
@@ -171,7 +202,7 @@ class ElfParser {
     }
 
     void read_symbols() {
-        const std::size_t count = symbol_count();
+        const std::size_t count = symbol_count(contents_);
         if (count == 0) {
             return;
         }
@@ -188,10 +219,20 @@ class ElfParser {
             // An absolute one does not move with the library; nothing here has such.
             const bool is_defined = symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS;
             symbol_addresses_.push_back(is_defined ? std::optional(symbol.st_value) : std::nullopt);
+            const bool may_be_found = symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL;
+            contents_.names.push_back(may_be_found ? text(symbol.st_name) : "");
+            if (may_be_found && is_code(symbol)) {
+                contents_.functions.push_back(contents_.names[i]);
+            }
             if (is_defined && is_exported(symbol)) {
-                contents_.symbols.push_back({text(symbol.st_name), symbol.st_value, symbol.st_size});
+                contents_.symbols.push_back({contents_.names[i], symbol.st_value, symbol.st_size, i});
             }
         }
+    }
+
+    static bool is_code(const GElf_Sym &symbol) {
+        const auto type = GELF_ST_TYPE(symbol.st_info);
+        return type == STT_FUNC || type == STT_GNU_IFUNC;
     }
 
     static bool is_exported(const GElf_Sym &symbol) {
@@ -201,44 +242,6 @@ class ElfParser {
         return (binding == STB_GLOBAL || binding == STB_WEAK || binding == STB_GNU_UNIQUE) &&
                (type == STT_NOTYPE || type == STT_OBJECT || type == STT_FUNC || type == STT_COMMON) &&
                (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
-    }
-
-    // No entry of the dynamic section says it: it follows from a hash table.
-    [[nodiscard]] std::size_t symbol_count() const {
-        if (const auto table = value(DT_HASH)) {
-            return word(*table + 4);
-        }
-        return value(DT_GNU_HASH) ? gnu_symbol_count(*value(DT_GNU_HASH)) : 0;
-    }
-
-    // Buckets hold the first symbol of a chain; the last one of a chain has the lowest bit of its hash set.
-    [[nodiscard]] std::size_t gnu_symbol_count(std::uint64_t table) const {
-        const std::uint64_t bucket_count = word(table);
-        const std::uint64_t first_hashed = word(table + 4);
-        const std::uint64_t buckets = table + 16 + word(table + 8) * contents_.pointer_len;
-        std::uint64_t last = 0;
-        if (!contents_.bytes(buckets, 4 * bucket_count)) {
-            throw MalformedElf("has a hash table outside its segments");
-        }
-        for (std::uint64_t i = 0; i < bucket_count; ++i) {
-            last = std::max<std::uint64_t>(last, word(buckets + 4 * i));
-        }
-        if (last < first_hashed) {
-            return first_hashed;
-        }
-        const std::uint64_t chains = buckets + 4 * bucket_count;
-        while (last < kMostSymbols && (word(chains + 4 * (last - first_hashed)) & 1U) == 0) {
-            ++last;
-        }
-        return last + 1;
-    }
-
-    [[nodiscard]] std::uint32_t word(std::uint64_t address) const {
-        const auto number = contents_.number(address, sizeof(std::uint32_t));
-        if (!number) {
-            throw MalformedElf("has a hash table outside its segments");
-        }
-        return static_cast<std::uint32_t>(*number);
     }
 
     void read_relocations() {
@@ -273,23 +276,14 @@ class ElfParser {
     const ElfMachine *machine_ = nullptr;
     std::optional<std::uint64_t> dynamic_;
     std::uint64_t dynamic_size_ = 0;
-    std::array<Dynamic, 17> tags_ = {{{DT_STRTAB, {}},
-                                      {DT_STRSZ, {}},
-                                      {DT_SYMTAB, {}},
-                                      {DT_HASH, {}},
-                                      {DT_GNU_HASH, {}},
-                                      {DT_SONAME, {}},
-                                      {DT_TEXTREL, {}},
-                                      {DT_FLAGS, {}},
-                                      {DT_RELA, {}},
-                                      {DT_RELASZ, {}},
-                                      {DT_REL, {}},
-                                      {DT_RELSZ, {}},
-                                      {DT_JMPREL, {}},
-                                      {DT_PLTRELSZ, {}},
-                                      {DT_PLTREL, {}},
-                                      {DT_RELR, {}},
-                                      {DT_RELRSZ, {}}}};
+    std::array<Dynamic, 25> tags_ = {
+        {{DT_STRTAB, {}},         {DT_STRSZ, {}},      {DT_SYMTAB, {}},       {DT_HASH, {}},
+         {DT_GNU_HASH, {}},       {DT_SONAME, {}},     {DT_TEXTREL, {}},      {DT_FLAGS, {}},
+         {DT_RELA, {}},           {DT_RELASZ, {}},     {DT_REL, {}},          {DT_RELSZ, {}},
+         {DT_JMPREL, {}},         {DT_PLTRELSZ, {}},   {DT_PLTREL, {}},       {DT_RELR, {}},
+         {DT_RELRSZ, {}},         {DT_INIT, {}},       {DT_INIT_ARRAY, {}},   {DT_INIT_ARRAYSZ, {}},
+         {DT_FINI, {}},           {DT_FINI_ARRAY, {}}, {DT_FINI_ARRAYSZ, {}}, {DT_PREINIT_ARRAY, {}},
+         {DT_PREINIT_ARRAYSZ, {}}}};
     std::vector<std::optional<std::uint64_t>> symbol_addresses_; // by index
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "builder/keys/key_set.h"
 #include "builder/tables/sm4_key_schedule.h"
 
 namespace wbtables {
@@ -14,8 +15,7 @@ constexpr std::size_t kWordBytes = 4;
 } // namespace
 
 std::optional<AesTableCipher> AesTableCipher::over(const AesTablesView &tables) {
-    const bool is_aes_count = tables.rounds == 10 || tables.rounds == 12 || tables.rounds == 14;
-    if (!is_aes_count || tables.xor_table.size() != kEntries ||
+    if (aes_of(tables.rounds) == nullptr || tables.xor_table.size() != kEntries ||
         tables.round_tables.size() != (tables.rounds - 1) * kAesBlock * kEntries * kWordBytes ||
         tables.last_round.size() != kAesBlock * kEntries) {
         return std::nullopt;

@@ -30,12 +30,13 @@ class AesTableCipher {
 
     // What a state byte at `place` behind ShiftRows looks up in a table round; output row 0 in the top byte.
     [[nodiscard]] std::uint32_t word(std::size_t round, std::size_t place, std::uint8_t stored) const;
+    // What the XOR table makes of each pair of nibbles.
+    [[nodiscard]] std::uint32_t add(std::uint32_t a, std::uint32_t b) const;
     [[nodiscard]] AesState run_round(std::size_t round, const AesState &state) const;
     [[nodiscard]] AesState encrypt(const AesState &block, const std::optional<Fault> &fault = {}) const;
 
   private:
     explicit AesTableCipher(const AesTablesView &tables);
-    [[nodiscard]] std::uint32_t add(std::uint32_t a, std::uint32_t b) const;
 
     std::size_t rounds_;
     std::span<const std::uint8_t> round_tables_;

@@ -26,6 +26,7 @@ class TableLibraryReader {
     TableLibraryReader(const ElfFile &elf, std::string_view file_name) : elf_(elf), file_name_(file_name) {}
 
     TableLibraryFile::Contents read() {
+        check_for_code();
         read_names();
         read_texts();
         read_keys();
@@ -38,6 +39,25 @@ class TableLibraryReader {
     template <typename... Args>
     void report(fmt::format_string<Args...> format, Args &&...args) {
         out_.problems.push_back(fmt::format(format, std::forward<Args>(args)...));
+    }
+
+    // Tables are data: whatever runs beside them came with them for another reason.
+    void check_for_code() {
+        if (!elf_.initialisers().empty()) {
+            report("it runs code when it is loaded or closed: it has {}; tables need none",
+                   fmt::join(elf_.initialisers(), ", "));
+        }
+        if (!elf_.needed().empty()) {
+            report("it runs code of other libraries, which are loaded with it: it needs {}; tables need none",
+                   in_quotes(fmt::format("{}", fmt::join(elf_.needed(), ", "))));
+        }
+        if (elf_.executable_segments() != 0) {
+            report("it brings code: {} of its segments can be executed; tables need none", elf_.executable_segments());
+        }
+        if (!elf_.functions().empty()) {
+            report("it brings code: it exports {} function{}, {} for one; tables need none", elf_.functions().size(),
+                   elf_.functions().size() == 1 ? "" : "s", in_quotes(elf_.functions().front()));
+        }
     }
 
     // The names that the file bears, compared with what the library says of itself.
@@ -92,7 +112,14 @@ class TableLibraryReader {
         }
     }
 
-    [[nodiscard]] bool has(const char *symbol) const { return elf_.find(symbol) != nullptr; }
+    // For symbols that may be missing.
+    bool has(const char *symbol) {
+        const bool is_there = elf_.find(symbol) != nullptr;
+        if (!is_there && !elf_.is_found_alike(symbol)) {
+            report("symbol {} is not exported, but a loader may find it", symbol);
+        }
+        return is_there;
+    }
 
     void read_keys() {
         const auto sm4 = has("sm4_keyids") ? ids_of("sm4_keyids") : std::vector<std::string>();
@@ -103,32 +130,37 @@ class TableLibraryReader {
             }
             if (const auto tables = table_of("table_" + id, kSm4Len, 1)) {
                 out_.sm4_keys.push_back({id, *tables});
+            } else {
+                out_.unreadable_keys.push_back(id);
             }
         }
         for (const std::string &id : aes) {
-            read_aes_key(id);
+            if (!read_aes_key(id)) {
+                out_.unreadable_keys.push_back(id);
+            }
         }
     }
 
-    void read_aes_key(const std::string &id) {
+    bool read_aes_key(const std::string &id) {
         const auto rounds = number_of("Nr_" + id);
         if (!rounds) {
-            return;
+            return false;
         }
-        const auto *const row =
-            std::ranges::find_if(kAlgorithms, [&](const AlgorithmRow &each) { return each.rounds == *rounds; });
-        if (row == std::end(kAlgorithms) || !is_aes(row->algorithm)) {
+        const AlgorithmRow *const row = aes_of(*rounds);
+        if (row == nullptr) {
             report("symbol {} is {}, not 10, 12 or 14", in_quotes("Nr_" + id), *rounds);
-            return;
+            return false;
         }
         const auto rounds_of_tables = static_cast<std::size_t>(*rounds) - 1;
         const auto xor_table = table_of("Xor_" + id, kXorLen, 1);
         const auto round_tables =
             table_of(fmt::format("Tyboxes{}_{}", row->bits, id), rounds_of_tables * kRoundLen, kNumberLen);
         const auto last_round = table_of("TboxesLast_" + id, kLastRoundLen, 1);
-        if (xor_table && round_tables && last_round) {
+        const bool is_complete = xor_table && round_tables && last_round;
+        if (is_complete) {
             out_.aes_keys.push_back({id, static_cast<std::uint32_t>(*rounds), *xor_table, *round_tables, *last_round});
         }
+        return is_complete;
     }
 
     void read_signing_entries() {
@@ -168,6 +200,9 @@ class TableLibraryReader {
         std::vector<Slot> slots;
         const std::size_t len = elf_.pointer_len();
         const ElfSymbol *const array = sized_symbol(symbol, kSlots * len, len);
+        if (array != nullptr) {
+            check_protection(array->address, kSlots * len, fmt::format("symbol {}", symbol));
+        }
         for (std::size_t i = 0; array != nullptr && i < kSlots; ++i) {
             const auto pointer = elf_.pointer(array->address + i * len);
             if (!pointer) {
@@ -204,6 +239,9 @@ class TableLibraryReader {
                    next != elf_.symbols().data() + elf_.symbols().size() && next->name == name) {
             report("symbol {} is there twice", in_quotes(name));
         }
+        if (!elf_.is_found_alike(name)) {
+            report("symbol {}: through a hash table a loader does not find it, or finds another", in_quotes(name));
+        }
         return symbol;
     }
 
@@ -213,6 +251,7 @@ class TableLibraryReader {
             return std::nullopt;
         }
         const auto table = elf_.bytes(symbol->address, size);
+        check_protection(symbol->address, size, fmt::format("symbol {}", in_quotes(name)));
         if (!table) {
             report("symbol {}: the file ends before its {} bytes do", in_quotes(name), size);
         } else if (elf_.is_relocated(symbol->address, size)) {
@@ -255,6 +294,7 @@ class TableLibraryReader {
             return std::nullopt;
         }
         const auto len = static_cast<std::size_t>(end - possible.begin());
+        check_protection(address, len + 1, where);
         if (elf_.is_relocated(address, len + 1)) {
             report("{}: the loader changes the text there", where);
             return std::nullopt;
@@ -265,10 +305,11 @@ class TableLibraryReader {
         return possible.first(len);
     }
 
-    static std::string_view as_text(Bytes bytes) {
-        return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+    void check_protection(std::uint64_t address, std::uint64_t size, std::string_view where) {
+        if (elf_.is_writable(address, size)) {
+            report("{} stands where it can be written to at run time", where);
+        }
     }
-
     const ElfFile &elf_;
     std::string_view file_name_;
     std::size_t list_len_ = 0;

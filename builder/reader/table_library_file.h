@@ -42,6 +42,8 @@ class TableLibraryFile {
     // library.
     [[nodiscard]] const std::vector<AesTablesView> &aes_keys() const { return contents_.aes_keys; }
     [[nodiscard]] const std::vector<Sm4TablesView> &sm4_keys() const { return contents_.sm4_keys; }
+    // Ids of keys without complete tables.
+    [[nodiscard]] const std::vector<std::string> &unreadable_keys() const { return contents_.unreadable_keys; }
     // The entry texts of the `keys` array, in slot order. What they pack is not looked at here.
     [[nodiscard]] const std::vector<std::string> &signing_entries() const { return contents_.signing_entries; }
     // A sentence each, naming symbol, slot and limit; never a secret, and harmless on a terminal.
@@ -57,6 +59,7 @@ class TableLibraryFile {
         SecretBytes ak;
         std::vector<AesTablesView> aes_keys;
         std::vector<Sm4TablesView> sm4_keys;
+        std::vector<std::string> unreadable_keys;
         std::vector<std::string> signing_entries;
         std::vector<std::string> problems;
     };

@@ -1,4 +1,4 @@
-// Steps of the clear cipher (FIPS 197, 5.1) byte by byte, as attacks need them.
+// Steps of the clear cipher (FIPS 197, 5.1) byte by byte, as tables are made of them and attacks take them apart.
 #pragma once
 
 #include <array>

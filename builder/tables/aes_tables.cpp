@@ -1,32 +1,14 @@
 #include "builder/tables/aes_tables.h"
 
-#include <array>
-
 #include "builder/tables/aes_key_schedule.h"
+#include "builder/tables/aes_steps.h"
 #include "builder/tables/column_order.h"
 
 namespace wbtables {
 namespace {
 
-constexpr std::size_t kPositions = 16;
 constexpr std::size_t kBytes = 256;
 constexpr std::size_t kWordBytes = 4;
-
-// The position whose byte ShiftRows moves to `position`.
-constexpr std::size_t shifted_from(std::size_t position) {
-    const std::size_t column = position / 4;
-    const std::size_t row = position % 4;
-    return 4 * ((column + row) % 4) + row;
-}
-
-// The column that MixColumns makes of `byte` in `row` and zeros elsewhere.
-constexpr std::array<std::uint8_t, 4> mix_column(std::uint8_t byte, std::size_t row) {
-    const std::uint8_t twice = xtime(byte);
-    std::array<std::uint8_t, 4> column = {byte, byte, byte, byte};
-    column[row] = twice;
-    column[(row + 3) % 4] = static_cast<std::uint8_t>(twice ^ byte);
-    return column;
-}
 
 class AesTableMaker {
   public:
@@ -41,10 +23,10 @@ class AesTableMaker {
 
   private:
     [[nodiscard]] SecretBytes round_tables() const {
-        SecretBytes words(table_rounds_ * kPositions * kBytes * kWordBytes);
+        SecretBytes words(table_rounds_ * kAesBlock * kBytes * kWordBytes);
         std::uint8_t *word = words.data();
         for (std::size_t round = 0; round < table_rounds_; ++round) {
-            for (std::size_t position = 0; position < kPositions; ++position) {
+            for (std::size_t position = 0; position < kAesBlock; ++position) {
                 for (std::size_t stored = 0; stored < kBytes; ++stored, word += kWordBytes) {
                     set_word(word, round, position, substitute(round, position, stored));
                 }
@@ -54,9 +36,9 @@ class AesTableMaker {
     }
 
     [[nodiscard]] SecretBytes last_round() const {
-        SecretBytes bytes(kPositions * kBytes);
-        for (std::size_t position = 0; position < kPositions; ++position) {
-            const std::uint8_t last_key = schedule_[16 * (table_rounds_ + 1) + position];
+        SecretBytes bytes(kAesBlock * kBytes);
+        for (std::size_t position = 0; position < kAesBlock; ++position) {
+            const std::uint8_t last_key = schedule_[kAesBlock * (table_rounds_ + 1) + position];
             for (std::size_t stored = 0; stored < kBytes; ++stored) {
                 bytes[position * kBytes + stored] =
                     static_cast<std::uint8_t>(substitute(table_rounds_, position, stored) ^ last_key);
@@ -69,15 +51,16 @@ class AesTableMaker {
     [[nodiscard]] std::uint8_t substitute(std::size_t round, std::size_t position, std::size_t stored) const {
         const std::size_t from = shifted_from(position);
         const std::size_t plain = round == 0 ? stored : encoding_.plain(round - 1, from, stored);
-        return kAesSbox[plain ^ schedule_[16 * round + order_.true_position(round, from)]];
+        return kAesSbox[plain ^ schedule_[kAesBlock * round + order_.true_position(round, from)]];
     }
 
     // Rows are stored in an order of their own: the true row counts in MixColumns, the stored one in the sum.
     void set_word(std::uint8_t *word, std::size_t round, std::size_t position, std::uint8_t substituted) const {
-        const auto mixed = mix_column(substituted, order_.true_position(round, shifted_from(position)) % 4);
+        const std::size_t true_from = order_.true_position(round, shifted_from(position)) % 4;
         for (std::size_t row = 0; row < 4; ++row) {
             const std::size_t to = position / 4 * 4 + row;
-            const std::uint8_t share = mixed[order_.true_position(round + 1, to) % 4];
+            const std::size_t true_to = order_.true_position(round + 1, to) % 4;
+            const std::uint8_t share = multiply_field(mix_coefficient(true_to, true_from), substituted);
             word[3 - row] = encoding_.contribution(round, to, position % 4, share);
         }
     }

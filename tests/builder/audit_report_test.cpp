@@ -42,7 +42,8 @@ LibraryAudit audit_of(const std::string &key_id) {
             "x86_64",
             "none",
             {"a problem"},
-            {{key_id, "aes-128", {found, not_found}, 1000, {byte}}}};
+            {{key_id, "aes-128", false, {found, not_found}, 1000, {byte}}},
+            {}};
 }
 
 std::string hex_of_key() {
@@ -96,6 +97,27 @@ TEST(AuditReport, TellsNamesThatAFileMadeUp) {
     const auto json = nlohmann::json::parse(audit_json(audit, {false}));
     EXPECT_EQ(json["keys"][0]["attacks"][1]["faults"], 12);
     EXPECT_EQ(json["keys"][0]["correlation"]["bytes"][0]["right_rank"], 3);
+}
+
+TEST(AuditReport, ShowsTextsThatAreHarmlessOnATerminal) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"a/b \xc3\xbc \xe2\x82\xac \xf0\x9f\x94\x91", "a/b \xc3\xbc \xe2\x82\xac \xf0\x9f\x94\x91"},
+        {"\x1b[2J\x7f\n", "\\x1b[2J\\x7f\\x0a"},
+        {"\xc2\x9b"
+         "2J",
+         "\\xc2\\x9b2J"},
+        {"\xe2\x80\xae"
+         "fdp",
+         "\\xe2\\x80\\xaefdp"},
+        {"\xe2\x81\xa6", "\\xe2\\x81\\xa6"},
+        {"\xff\x80", "\\xff\\x80"},
+        {"\xc0\xaf \xe0\x82\x9b \xed\xa0\x80 \xf4\x90\x80\x80",
+         "\\xc0\\xaf \\xe0\\x82\\x9b \\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80"},
+        {"\xe2\x82", "\\xe2\\x82"},
+    };
+    for (const auto &[text, shown] : cases) {
+        EXPECT_EQ(without_controls(text), shown);
+    }
 }
 
 TEST(AuditReport, NeverTakesAFailedAuditForASafeLibrary) {

@@ -30,7 +30,7 @@ const Difference kDifferences[] = {
     {"SM4 key", [](KeySet &set) { set.keys[1].value[0] ^= 1; },
      "key \"sm\" does not encrypt as sm4 does: single blocks"},
     {"signing key", [](KeySet &set) { (*set.keys[0].signing_key)[5] ^= 1; },
-     "key \"pay\" has a signing entry that does not decrypt to its signing_key"},
+     "key \"pay\" does not sign as HMAC-SHA256 under its signing_key does"},
     {"no signing key", [](KeySet &set) { set.keys[0].signing_key.reset(); },
      "key \"pay\" has a signing entry that is not its own"},
     {"appid", [](KeySet &set) { set.appid += "x"; }, "the library: its appid, sk or ak differs"},

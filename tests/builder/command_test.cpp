@@ -1,9 +1,14 @@
 // wbtables as its users run it.
 
+#include <csignal>
+#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "key_sets.h"
 #include "quen/tables.h"
@@ -154,7 +159,11 @@ TEST_F(Command, ExitCodesTellWhoseTurnItIs) {
         {3, {"build", "demo.toml", "-o", "out", "--abi", "x86", "--ndk", "."}, ".: no NDK"},
         {3, {"build", "demo.toml", "-o", "out", "--cc", "false"}, "false: failed with exit status 1\n"},
         {3, {"build", "demo.toml", "-o", "out", "--cc", "./cc"}, "./cc: cannot be run: No such file or directory\n"},
-        {4, {"build", "demo.toml", "-o", "nowhere"}, "nowhere: cannot be written: No such file or directory\n"},
+        {2, {"build", "-o", "out", "--abi", "x86", "demo.toml", "more"}, "more"},
+        {3, {"build", "-o", "out", "--cc", "false", "--abi", "x86", "demo.toml"}, "failed with exit status 1\n"},
+        {3, {"build", "demo.toml", "-o", "new", "--cc", "false"}, "failed with exit status 1\n"},
+        {4, {"build", "demo.toml", "-o", "no/where"}, "no/where: cannot be written: No such file or directory\n"},
+        {4, {"audit", "--traces", "10", "nothing.so"}, "nothing.so: cannot be read"},
     };
     for (const auto &each : cases) {
         const CommandResult result = run(each.arguments);
@@ -162,6 +171,7 @@ TEST_F(Command, ExitCodesTellWhoseTurnItIs) {
         EXPECT_NE(result.err.find(each.message), std::string::npos) << result.err;
         EXPECT_EQ(result.out, "");
         EXPECT_TRUE(test::names_in(folder() / "out").empty());
+        EXPECT_FALSE(fs::exists(folder() / "new"));
     }
     EXPECT_EQ(build_with("clang \"$@\" && echo rubbish > libwb_tables_demo_1.so").exit_code, 4);
 }
@@ -182,14 +192,71 @@ TEST_F(Command, TheCompilerSeesNoSecretOnItsWay) {
 
 TEST_F(Command, LeavesNothingBehindWhenItIsEnded) {
     const fs::path late = folder() / "late";
-    const std::pair<const char *, int> signals[] = {{"TERM", 15}, {"INT", 2}, {"HUP", 1}, {"QUIT", 3}};
-    for (const auto &[name, number] : signals) {
-        const CommandResult result =
-            build_with("kill -" + std::string(name) + " $PPID; sleep 10; touch '" + late.string() + "'");
-        EXPECT_EQ(result.exit_code, 128 + number) << name;
-        EXPECT_EQ(result.out + result.err, "") << name;
-        EXPECT_TRUE(test::names_in(folder() / "out").empty()) << name;
-        EXPECT_FALSE(fs::exists(late)) << name << ": the compiler was waited for";
+    const std::pair<std::string, int> endings[] = {
+        {"kill -TERM $PPID", SIGTERM},
+        {"kill -INT $PPID", SIGINT},
+        {"kill -HUP $PPID", SIGHUP},
+        {"kill -QUIT $PPID", SIGQUIT},
+        {"kill -XCPU $PPID", SIGXCPU},
+        {"kill -ALRM $PPID", SIGALRM},
+        {"kill -USR1 $PPID", SIGUSR1},
+        {"kill -USR2 $PPID", SIGUSR2},
+        {"trap '' TERM; kill -INT $PPID", SIGINT},
+        {"trap '' TERM; kill -INT $PPID; sleep .1; kill -HUP $PPID", SIGHUP},
+    };
+    for (const auto &[script, number] : endings) {
+        const CommandResult result = build_with(script + "; sleep 10; touch '" + late.string() + "'");
+        EXPECT_EQ(result.exit_code, 128 + number) << script;
+        EXPECT_EQ(result.out + result.err, "") << script;
+        EXPECT_TRUE(test::names_in(folder() / "out").empty()) << script;
+        EXPECT_FALSE(fs::exists(late)) << script << ": the compiler was waited for";
+    }
+}
+
+TEST_F(Command, TakesWhatCannotBeWrittenAsAnError) {
+    EXPECT_EQ(build_with("kill -PIPE $PPID; kill -XFSZ $PPID; exec clang \"$@\"").exit_code, 0);
+    fs::remove(folder() / "out/libwb_tables_demo_1.so");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{10'000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const CommandResult result = run({"build", "demo.toml", "-o", "out"});
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_NE(result.err.find("tables.bin: cannot be written: File too large"), std::string::npos) << result.err;
+    EXPECT_TRUE(test::names_in(folder() / "out").empty());
+    test::write_text(folder() / "full", "#!/bin/sh\nexec '" WBTABLES_COMMAND "' \"$@\" >/dev/full\n", 0700);
+    for (const char *const arguments : {"--help", "completion bash", "keygen made --wbid w --appid a"}) {
+        const std::string line = "cd '" + folder().string() + "' && ./full " + arguments + " 2>full.err";
+        EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 4) << arguments;
+        EXPECT_NE(test::read_text(folder() / "full.err").find("No space left on device"), std::string::npos);
+    }
+}
+
+TEST_F(Command, MakesTheFolderUnlessOthersCouldMeddleThere) {
+    EXPECT_EQ(run({"build", "demo.toml", "-o", "new/", "--emit-only"}).exit_code, 0);
+    EXPECT_EQ(test::names_in(folder() / "new").size(), 3U);
+    const struct {
+        uid_t owner;
+        gid_t group;
+        mode_t mode;
+        const char *message; // null: taken
+    } cases[] = {
+        {0, 0, 02775, nullptr},
+        {0, 65534, 01777, nullptr},
+        {0, 65534, 02775, "out: another group may write there"},
+        {0, 0, 0777, "out: everybody may write there"},
+        {65534, 0, 0755, "out: belongs to another user"},
+    };
+    if (geteuid() != 0 || getegid() != 0) {
+        GTEST_SKIP() << "not root, who alone can give folders away";
+    }
+    for (const auto &each : cases) {
+        ASSERT_EQ(chown((folder() / "out").c_str(), each.owner, each.group), 0);
+        ASSERT_EQ(chmod((folder() / "out").c_str(), each.mode), 0);
+        const CommandResult result = run({"build", "demo.toml", "-o", "out", "--emit-only"});
+        EXPECT_EQ(result.exit_code, each.message == nullptr ? 0 : 4) << result.err;
+        EXPECT_NE(result.err.find(each.message == nullptr ? "" : each.message), std::string::npos) << result.err;
     }
 }
 

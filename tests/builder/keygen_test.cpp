@@ -31,18 +31,18 @@ class Keygen : public testing::Test {
 };
 
 TEST_F(Keygen, MakesFilesThatNobodyElseCanRead) {
-    const CommandResult result = run({"keygen", "made", "--wbid", "demo", "--appid", "com.\"demo\"\n", "--key",
+    const CommandResult result = run({"keygen", "new/made", "--wbid", "demo", "--appid", "com.\"demo\"\n", "--key",
                                       "pay:aes-192:signing", "--key", "sm:sm4", "--whitelist", "a,b\\"});
     EXPECT_EQ(result.exit_code, 0) << result.err;
-    EXPECT_EQ(result.out, "made/manifest.toml: 2 keys\n");
-    EXPECT_EQ(test::names_in(folder() / "made/secrets"),
+    EXPECT_EQ(result.out, "new/made/manifest.toml: 2 keys\n");
+    EXPECT_EQ(test::names_in(folder() / "new/made/secrets"),
               (std::vector<std::string>{".gitignore", "ak", "pay.hex", "pay.signing", "sk", "sm.hex"}));
-    for (const auto &entry : fs::recursive_directory_iterator(folder())) {
+    for (const auto &entry : fs::recursive_directory_iterator(folder() / "new")) {
         struct stat status {};
         ASSERT_EQ(stat(entry.path().c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777U, entry.is_directory() ? 0700U : 0600U) << entry.path();
     }
-    const auto set = wbtables::parse_manifest(folder() / "made/manifest.toml", {});
+    const auto set = wbtables::parse_manifest(folder() / "new/made/manifest.toml", {});
     EXPECT_EQ(set.appid, "com.\"demo\"\n");
     EXPECT_EQ(set.whitelist, "a,b\\");
     EXPECT_EQ(set.sk.size(), 64U);
@@ -63,9 +63,10 @@ TEST_F(Keygen, WritesNothingIfItCannotWriteAll) {
         std::vector<std::string> arguments;
         std::string message;
     } cases[] = {
+        {4, {"file/made", "--wbid", "w", "--appid", "a"}, "file: cannot be written: Not a directory\n"},
         {4, {"full", "--wbid", "w", "--appid", "a"}, "full: cannot be written: Directory not empty\n"},
         {4, {"file", "--wbid", "w", "--appid", "a"}, "file: cannot be written: Not a directory\n"},
-        {4, {"no/made", "--wbid", "w", "--appid", "a"}, "no: cannot be written: No such file or directory\n"},
+        {4, {"no/such/made", "--wbid", "w", "--appid", "a"}, "no/such: cannot be written: No such file or directory\n"},
         {1, {"made", "--wbid", "a/b", "--appid", "a"}, "wbid \"a/b\" has characters outside A-Z a-z 0-9 _ -\n"},
         {1, {"made", "--wbid", "w", "--appid", "a", "--key", "s:sm4:signing"}, "only AES keys can have a signing_key"},
         {1, {"made", "--wbid", "w", "--appid", "a\xff"}, "manifest.toml:"},

@@ -267,7 +267,7 @@ TEST(FailedBuild, NamesWhatCannotBeWrittenOrRun) {
     fs::create_directory(dir.path() / "public");
     fs::permissions(dir.path() / "public", fs::perms::all);
     fs::create_directory(dir.path() / "$LIB");
-    const std::pair<fs::path, const char *> folders[] = {{dir.path() / "missing", "No such file or directory"},
+    const std::pair<fs::path, const char *> folders[] = {{dir.path() / "missing/folder", "No such file or directory"},
                                                          {dir.path() / "file", "Not a directory"},
                                                          {"/proc", "cannot be written"},
                                                          {dir.path() / "public", "everybody may write there"},

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "builder/manifest/manifest.h"
 #include "key_sets.h"
@@ -22,6 +23,7 @@ class ManifestFile {
         test::write_text(dir_.path() / "ak", "the ak\n");
         test::write_text(dir_.path() / "open", "the ak\n", 0644);
     }
+    void set_mode(mode_t mode) const { chmod((dir_.path() / "manifest.toml").c_str(), mode); }
     wbtables::KeySet parse(bool allow_inline = true) const {
         return wbtables::parse_manifest(dir_.path() / "manifest.toml", {allow_inline});
     }
@@ -90,6 +92,8 @@ const Refusal kRefusals[] = {
      "manifest.toml:4:13: whitelist must be an array of strings that are not empty"},
     {header_with("appid", "appid = 'a'\nwhitelist = ['a', '']"),
      "manifest.toml:4:13: whitelist must be an array of strings that are not empty"},
+    {header_with("appid", "appid = 'a'\nwhitelist = ['a', 'b,c']"),
+     "manifest.toml:4:13: whitelist has a name with a comma: write a string for each name"},
     {header_with("appid", "appid = 'a'\nwhitelist = []"),
      "manifest.toml:4:13: whitelist is empty, which would admit every caller; to have that, leave the field out"},
 
@@ -237,6 +241,21 @@ TEST(Manifest, NoMessageRepeatsASecret) {
     EXPECT_EQ(ManifestFile(kHeader + "[[key]]\nid = 'pay'\ncipher = 'sm4'\nvalue = '" + secret + "'\n").refusal(false),
               "manifest.toml:9:9: key \"pay\": value must be file:PATH, env:NAME, fd:N, -, random; hex:... needs "
               "--allow-inline-keys");
+}
+
+TEST(Manifest, OthersMayReadItIfNoSecretStandsInIt) {
+    const ManifestFile secret(kHeader + "[[key]]\nid = 'pay'\ncipher = 'sm4'\nvalue = 'hex:" + std::string(32, '1') +
+                              "'\n");
+    const ManifestFile fine(kHeader + key_table("pay"));
+    for (const mode_t mode : {0640U, 0604U}) {
+        secret.set_mode(mode);
+        EXPECT_EQ(secret.refusal(), "manifest.toml:9:9: key \"pay\": value stands in a manifest that is open to others "
+                                    "than its owner; its mode must be 600");
+        fine.set_mode(mode);
+        EXPECT_NO_THROW(fine.parse());
+    }
+    secret.set_mode(0400);
+    EXPECT_NO_THROW(secret.parse());
 }
 
 TEST(Manifest, ThatCannotBeReadIsRefused) {

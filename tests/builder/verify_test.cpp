@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <numeric>
 #include <random>
 
+#include <elf.h>
 #include <gtest/gtest.h>
 
 #include "builder/check/compare_with_keys.h"
@@ -64,6 +67,19 @@ class Verify : public testing::Test {
             all += problem + "\n";
         }
         return all;
+    }
+
+    // The library as somebody else builds it from the sources, which sed changes, with more text for the assembler.
+    std::string built_otherwise(const std::string &change, const std::string &more, const std::string &flags) {
+        const test::TempDir dir;
+        wbtables::emit_sources(keys(), dir.path(), {});
+        test::write_text(dir.path() / "more.s", more + "\n");
+        const std::string command = "cd '" + dir.string() + "' && sed -i '" + change + "' tables.s && clang -shared " +
+                                    "-nostdlib -fuse-ld=lld -Wl,--hash-style=both," +
+                                    "-soname,libwb_tables_demo_1.so " + flags + " -o a.so tables.s more.s";
+        EXPECT_EQ(std::system(command.c_str()), 0) << command;
+        file_ = test::read_text(dir.path() / "a.so");
+        return problems();
     }
 
     // Where a symbol's bytes stand in the file.
@@ -187,6 +203,109 @@ TEST_F(Verify, NamesWhatIsWrongWithTheFile) {
     }
 }
 
+TEST_F(Verify, NamesCodeAndWhatCanBeWrittenTo) {
+    EXPECT_EQ(built_otherwise("", "", ""), "");
+    const struct {
+        const char *change; // of the emitted assembler text
+        const char *more;
+        const char *flags;
+        const char *problem;
+    } cases[] = {
+        {"", ".text\nnop", "", "it brings code: 1 of its segments can be executed;"},
+        {"", ".section .init_array,\"aw\"\n.dc.a 8", "", "when it is loaded or closed: it has DT_INIT_ARRAY;"},
+        {"", ".section .fini_array,\"aw\"\n.dc.a 8", "", "when it is loaded or closed: it has DT_FINI_ARRAY;"},
+        {"", ".text\n.globl f\nf: ret", "-Wl,-init=f,-fini=f", "it has DT_INIT, DT_FINI;"},
+        {"", ".globl f\n.type f, %function\nf: ret", "", "it exports 1 function, \"f\" for one;"},
+        {"", ".globl f\n.type f, %gnu_indirect_function\nf: ret", "", "it exports 1 function, \"f\" for one;"},
+        {"", "", "-Wl,--no-as-needed -lc", "it needs \"libc.so.6\";"},
+        {"", "", "-Wl,--auxiliary=libother.so", "it needs \"libother.so\";"},
+        {"", "", "-Wl,-N", "symbol \"Xor_a\" stands where it can be written to at run time"},
+        {"", "", "-Wl,-N", "it brings code: 1 of its segments can be executed;"},
+        {"", "", "-Wl,-z,norelro", "symbol aes_keyids stands where it can be written to at run time"},
+        {"s/.rodata,\"a\"/.data,\"aw\"/", "", "", "symbol sk stands where it can be written to at run time"},
+        {"s/.rodata,\"a\"/.data,\"aw\"/", "", "", "symbol \"table_sm\" stands where it can be written to"},
+        {"s/.rodata,\"a\"/.data,\"aw\"/", "", "", "slot 0 of aes_keyids stands where it can be written to"},
+    };
+    for (const auto &each : cases) {
+        const std::string found = built_otherwise(each.change, each.more, each.flags);
+        EXPECT_NE(found.find(each.problem), std::string::npos) << each.problem << " in:\n" << found;
+    }
+}
+
+// A number that the dynamic section of a 64-bit library has under this tag, whose place in the file it is too.
+size_t place_of(const std::string &file, std::int64_t tag) {
+    Elf64_Ehdr header;
+    std::memcpy(&header, file.data(), sizeof header);
+    for (size_t i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment;
+        std::memcpy(&segment, &file[header.e_phoff + i * sizeof segment], sizeof segment);
+        for (size_t at = 0; segment.p_type == PT_DYNAMIC && at < segment.p_filesz; at += sizeof(Elf64_Dyn)) {
+            Elf64_Dyn entry;
+            std::memcpy(&entry, &file[segment.p_offset + at], sizeof entry);
+            if (entry.d_tag == tag) {
+                return entry.d_un.d_val;
+            }
+        }
+    }
+    throw std::runtime_error("no such entry");
+}
+
+// The file's symbols stay as they are.
+TEST_F(Verify, SeesSymbolsThatALoaderDoesNotFind) {
+    if (sizeof(void *) != 8) {
+        GTEST_SKIP() << "reads 64-bit libraries";
+    }
+    ASSERT_EQ(built_otherwise("", "", ""), "");
+    const std::string sound = file_;
+    const auto words_of = [&sound](std::int64_t tag) {
+        std::array<std::uint32_t, 4> words{};
+        std::memcpy(words.data(), &sound[place_of(sound, tag)], sizeof words);
+        return words;
+    };
+    const size_t gnu = place_of(sound, DT_GNU_HASH);
+    const size_t filter_len = 8 * words_of(DT_GNU_HASH)[2];
+    const size_t gnu_buckets = words_of(DT_GNU_HASH)[0];
+    const size_t first_hashed = words_of(DT_GNU_HASH)[1];
+    const size_t sysv = place_of(sound, DT_HASH);
+    const size_t buckets = words_of(DT_HASH)[0];
+    const size_t count = words_of(DT_HASH)[1];
+    const size_t symbols = place_of(sound, DT_SYMTAB);
+    const struct {
+        const char *name;
+        size_t from;
+        size_t len;
+        char value;
+    } cases[] = {
+        {"bloom filter", gnu + 16, filter_len, 0},
+        {"shift", gnu + 12, 1, 40},
+        {"GNU buckets", gnu + 16 + filter_len, 4 * gnu_buckets, 0},
+        {"GNU hashes", gnu + 16 + filter_len + 4 * gnu_buckets, 4 * (count - first_hashed), 1},
+        {"SysV buckets", sysv + 8, 4 * buckets, 0},
+        {"SysV buckets beyond", sysv + 8, 4 * buckets, 127},
+        {"SysV number of buckets", sysv, 4, 0},
+        {"SysV number of symbols", sysv + 4, 4, 0},
+        {"SysV chains", sysv + 8 + 4 * buckets, 4 * count, 0},
+    };
+    for (const auto &each : cases) {
+        file_ = sound;
+        std::fill_n(file_.begin() + static_cast<std::ptrdiff_t>(each.from), each.len, each.value);
+        EXPECT_NE(problems().find("through a hash table a loader does not find it"), std::string::npos)
+            << each.name << ": " << problems();
+    }
+    // All symbols of a chain in a ring.
+    file_ = sound;
+    for (size_t i = 0; i < count; ++i) {
+        const auto self = static_cast<std::uint32_t>(i);
+        std::memcpy(&file_[sysv + 8 + 4 * (buckets + i)], &self, sizeof self);
+    }
+    EXPECT_NE(problems().find("through a hash table a loader does not find it"), std::string::npos);
+    file_ = sound;
+    for (size_t i = 1; i < count; ++i) {
+        file_[symbols + i * sizeof(Elf64_Sym) + offsetof(Elf64_Sym, st_other)] = STV_HIDDEN;
+    }
+    EXPECT_NE(problems().find("symbol whitelist is not exported, but a loader may find it"), std::string::npos);
+}
+
 struct Difference {
     void (*change)(KeySet &set);
     const char *problems;
@@ -223,7 +342,12 @@ TEST_F(Verify, NamesWhatIsNotTheManifests) {
     unknown.keys[0].value.clear();
     unknown.keys[1].signing_key->clear();
     EXPECT_EQ(problems(unknown), "");
-    EXPECT_EQ(verify(unknown).notes.size(), 3U);
+    const Findings findings = verify(unknown);
+    EXPECT_EQ(findings.notes.size(), 3U);
+    EXPECT_EQ(findings.not_compared, (std::vector<std::string>{"sk", "key \"a\": value", "key \"ab\": signing_key"}));
+    EXPECT_EQ(findings.compared,
+              (std::vector<std::string>{"wbid", "version", "appid", "whitelist", "ak", "key \"a\": signing_key",
+                                        "key \"ab\": value", "key \"sm\": value"}));
 }
 
 using Nibbles = std::array<uint8_t, 16>;

@@ -49,6 +49,18 @@ run("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${FOLDER}/consumer" -G "${GENERATOR}
 run("${CMAKE_COMMAND}" -E env CONSUMER_AK=example "${CMAKE_COMMAND}" --build "${FOLDER}/consumer")
 run("${CMAKE_CTEST_COMMAND}" --test-dir "${FOLDER}/consumer" --output-on-failure --no-tests=error)
 
+# A version that TOML knows and a file's name would not show is no guess.
+foreach(version IN ITEMS 0x10 1_000 0b1 -0)
+  file(WRITE "${FOLDER}/version.toml" "wbid = \"demo\"\nversion = ${version} # as TOML has it\n")
+  execute_process(COMMAND "${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}/abis" -B "${FOLDER}/version"
+                          -G "${GENERATOR}" "-DTABLES=${prefix}/${LIBDIR}/cmake/QuenWbkit/WbkitTables.cmake"
+                          "-DMANIFEST=${FOLDER}/version.toml"
+                  OUTPUT_QUIET ERROR_VARIABLE refusal)
+  if(NOT refusal MATCHES "decimal") # a word that is not wrapped
+    message(FATAL_ERROR "version = ${version} was taken: ${refusal}")
+  endif()
+endforeach()
+
 # A project that builds for Android: its table libraries are for each ABI in a folder of its own.
 file(REMOVE_RECURSE "${FOLDER}/abis")
 run("${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}/abis" -B "${FOLDER}/abis" -G "${GENERATOR}"
