@@ -4,10 +4,10 @@ package com.vorlix.quen.wb;
  * The natives of {@code libquen-wbkit.so}: white-box AES and SM4 in CFB, OFB and CTR mode, AES-GCM, ciphertexts in CMS
  * messages, a signature, and what an application needs to be let in.
  *
- * <p>The class does not load the library. A caller runs {@link System#load} or {@link System#loadLibrary} first, which
- * binds every method below, and then may do the same with its table libraries so that they are found by their names.
- * The library refuses to load if this class lacks one of its methods: whatever shrinks an application or renames its
- * classes leaves this one as it is.
+ * <p>The first use of the class loads the library, which binds every method below, unless the application has done so
+ * by {@link System#load}, {@link System#loadLibrary} or {@link WbkitLoader}. Table libraries that are not where the
+ * platform searches are loaded in the same way, so that they are found by their names. The library refuses to load if
+ * this class lacks one of its methods: whatever shrinks an application or renames its classes leaves this one as it is.
  *
  * <p>These conventions hold for every method:
  * <ul>
@@ -54,6 +54,10 @@ package com.vorlix.quen.wb;
  * desktop the virtual machine goes down.
  */
 public final class WbkitAndr {
+    static {
+        WbkitLoader.loadForNatives();
+    }
+
     private WbkitAndr() {}
 
     /**

@@ -11,10 +11,14 @@ package com.vorlix.quen.wb;
  * refused. In GCM a change of ciphertext, iv, additional data or tag gives null, the copy of the tag behind the
  * ciphertext aside, which is not looked at.
  *
- * <p>The virtual machine binds these methods by their names when they are called, which takes the library to be loaded:
- * whatever renames the classes of an application leaves this one as it is.
+ * <p>The virtual machine binds these methods by their names when they are called; the first use of the class loads the
+ * library. Whatever renames the classes of an application leaves this one as it is.
  */
 public final class WbkitCms {
+    static {
+        WbkitLoader.load();
+    }
+
     private WbkitCms() {}
 
     /**

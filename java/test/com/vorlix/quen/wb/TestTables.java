@@ -28,10 +28,12 @@ final class TestTables {
         AES_256("k256", "603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4"),
         SM4("sm", "0123456789abcdeffedcba9876543210");
 
+        final String text;
         final byte[] id;
         final String hex;
 
         Key(String id, String hex) {
+            this.text = id;
             this.id = bytes(id);
             this.hex = hex;
         }
@@ -50,6 +52,16 @@ final class TestTables {
         for (String name : new String[] {"jvm_1", "jvm_2", "open_1"}) {
             String file = "libwb_tables_" + name + ".so";
             System.load(new File(System.getProperty("wbkit.tables"), file).getAbsolutePath());
+        }
+    }
+
+    /** Opens a version with credentials that are accepted. */
+    static TableLibrary open(int version) {
+        load();
+        try {
+            return TableLibrary.open("jvm", version, Credentials.fromToken(token(WBID), "com.example.jvm.tests"));
+        } catch (WbkitException e) {
+            throw new AssertionError(e);
         }
     }
 

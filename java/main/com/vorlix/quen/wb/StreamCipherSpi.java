@@ -1,0 +1,124 @@
+package com.vorlix.quen.wb;
+
+import java.security.AlgorithmParameters;
+import java.security.GeneralSecurityException;
+import java.security.InvalidAlgorithmParameterException;
+import java.security.NoSuchAlgorithmException;
+import java.security.Provider;
+import java.security.SecureRandom;
+import java.security.spec.AlgorithmParameterSpec;
+import java.util.Arrays;
+import javax.crypto.BadPaddingException;
+import javax.crypto.IllegalBlockSizeException;
+import javax.crypto.ShortBufferException;
+import javax.crypto.spec.IvParameterSpec;
+
+/** A stream mode of a cipher with a padding. */
+final class StreamCipherSpi extends WhiteboxCipherSpi {
+    private final Provider provider;
+    private final Algorithm algorithm;
+    private final StreamMode mode;
+    private final Padding padding;
+    private byte[] iv;
+    private boolean sizeIsCertain;
+    /** As the initialisation left it. */
+    private StreamCipher initial;
+    private StreamCipher cipher;
+
+    StreamCipherSpi(Provider provider, Algorithm algorithm, StreamMode mode, Padding padding) {
+        super(algorithm, IvParameterSpec.class);
+        this.provider = provider;
+        this.algorithm = algorithm;
+        this.mode = mode;
+        this.padding = padding;
+    }
+
+    @Override
+    AlgorithmParameterSpec freshSpec(SecureRandom random) {
+        return new IvParameterSpec(randomBytes(StreamEngine.BLOCK, random));
+    }
+
+    @Override
+    void start(WhiteboxKey key, boolean encrypting, AlgorithmParameterSpec parameters)
+            throws InvalidAlgorithmParameterException {
+        byte[] newIv = ((IvParameterSpec) parameters).getIV();
+        StreamCipher begun = new StreamCipher(key, mode, padding, encrypting, newIv);
+        if (initial != null) {
+            initial.wipe();
+            cipher.wipe();
+        }
+        iv = newIv;
+        sizeIsCertain = encrypting || padding == Padding.NONE;
+        initial = begun;
+        cipher = begun.copy();
+    }
+
+    @Override
+    int updateSize(int length) {
+        return cipher.updateSize(length);
+    }
+
+    @Override
+    long outputSize(int length) {
+        return cipher.outputSize(length);
+    }
+
+    @Override
+    void update(byte[] in, int inOffset, int length, byte[] out, int outOffset) throws WbkitException {
+        cipher.update(in, inOffset, length, out, outOffset);
+    }
+
+    @Override
+    byte[] finish(byte[] in, int inOffset, int length, int room)
+            throws ShortBufferException, IllegalBlockSizeException, BadPaddingException, WbkitException {
+        long most = outputSize(length);
+        requireRoom(sizeIsCertain ? most : most - StreamEngine.BLOCK, room);
+        // What a padding leaves is known at the end: if it may be too much, that is reached on a copy first.
+        byte[] result;
+        try {
+            result = finish(most <= room ? cipher : cipher.copy(), in, inOffset, length, (int) most);
+        } catch (GeneralSecurityException e) {
+            reset();
+            throw e;
+        }
+        requireRoom(result.length, room);
+        reset();
+        return result;
+    }
+
+    private static byte[] finish(StreamCipher ending, byte[] in, int inOffset, int length, int most)
+            throws IllegalBlockSizeException, BadPaddingException, WbkitException {
+        try {
+            byte[] text = new byte[most];
+            int size = ending.update(in, inOffset, length, text, 0);
+            byte[] end = ending.finish();
+            System.arraycopy(end, 0, text, size, end.length);
+            size += end.length;
+            Arrays.fill(end, (byte) 0);
+            if (size == most) {
+                return text;
+            }
+            byte[] result = Arrays.copyOf(text, size);
+            Arrays.fill(text, (byte) 0);
+            return result;
+        } finally {
+            ending.wipe();
+        }
+    }
+
+    private void reset() {
+        cipher.wipe();
+        cipher = initial.copy();
+    }
+
+    @Override
+    AlgorithmParameters newParameters() throws NoSuchAlgorithmException {
+        return algorithm == Algorithm.SM4 ? AlgorithmParameters.getInstance("SM4", provider)
+                : AlgorithmParameters.getInstance("AES");
+    }
+
+    @Override
+    protected byte[] engineGetIV() {
+        return iv == null ? null : iv.clone();
+    }
+}

@@ -1,0 +1,143 @@
+package com.vorlix.quen.wb;
+
+import java.security.InvalidAlgorithmParameterException;
+import java.util.Arrays;
+
+/**
+ * A stream mode over a text that comes in pieces of any size: the natives know whole texts only, so the state of the
+ * mode is kept here. One thread at a time.
+ *
+ * <p>What the cipher encrypts next stands in the register, and is what a native takes as iv. A native runs over whole
+ * blocks, the last one filled up with zeros: that gives the rest of its keystream too, so that the next piece can begin
+ * within the block.
+ */
+final class StreamEngine {
+    static final int BLOCK = 16;
+    /** What a native gets at most: so much that its fixed cost does not count, so little that caches hold it. */
+    static final int PIECE = 256 << 10;
+
+    private final WhiteboxKey key;
+    private final StreamMode mode;
+    private final boolean encrypting;
+    private final Algorithm.Stream function;
+    private final byte[] register;
+    private final byte[] keystream = new byte[BLOCK];
+    private final byte[] ciphertext = new byte[BLOCK];
+    /** The bytes of the last block that are used; 0 if it is complete. */
+    private int begun;
+    /** For pieces that are only a part of an array. */
+    private byte[] scratch;
+
+    StreamEngine(WhiteboxKey key, StreamMode mode, boolean encrypting, byte[] iv)
+            throws InvalidAlgorithmParameterException {
+        checkIv(iv);
+        this.key = key;
+        this.mode = mode;
+        this.encrypting = encrypting;
+        Algorithm.Natives natives = key.algorithm().natives(mode);
+        this.function = encrypting ? natives.encrypt : natives.decrypt;
+        this.register = iv.clone();
+    }
+
+    private StreamEngine(StreamEngine other) {
+        this.key = other.key;
+        this.mode = other.mode;
+        this.encrypting = other.encrypting;
+        this.function = other.function;
+        this.register = other.register.clone();
+        System.arraycopy(other.keystream, 0, keystream, 0, BLOCK);
+        this.begun = other.begun;
+    }
+
+    /** One that goes on from here by itself. */
+    StreamEngine copy() {
+        return new StreamEngine(this);
+    }
+
+    static void checkIv(byte[] iv) throws InvalidAlgorithmParameterException {
+        if (iv.length != BLOCK) {
+            throw new InvalidAlgorithmParameterException("The iv has " + iv.length + " bytes. Pass " + BLOCK + ".");
+        }
+    }
+
+    /** Runs over so many bytes. The arrays may be one, and the ranges in it may overlap. */
+    void process(byte[] in, int inOffset, int length, byte[] out, int outOffset) throws WbkitException {
+        byte[] source = in;
+        int from = inOffset;
+        if (in == out && outOffset > inOffset && outOffset - inOffset < length) { // would be written before it is read
+            source = Arrays.copyOfRange(in, inOffset, inOffset + length);
+            from = 0;
+        }
+        int done = finishBlock(source, from, length, out, outOffset);
+        while (done < length) {
+            int size = Math.min(PIECE, length - done);
+            byte[] piece = runNative(source, from + done, size);
+            System.arraycopy(piece, 0, out, outOffset + done, size);
+            done += size;
+        }
+    }
+
+    /** Runs over at most a {@link #PIECE}. The result is a new array that begins with so many bytes. */
+    byte[] process(byte[] in, int length) throws WbkitException {
+        if (begun == 0 && length != 0) {
+            return runNative(in, 0, length);
+        }
+        byte[] out = new byte[length];
+        process(in, 0, length, out, 0);
+        return out;
+    }
+
+    /** Forgets what could help to decrypt. */
+    void wipe() {
+        Arrays.fill(register, (byte) 0);
+        Arrays.fill(keystream, (byte) 0);
+        if (scratch != null) {
+            Arrays.fill(scratch, (byte) 0);
+        }
+    }
+
+    private int finishBlock(byte[] in, int inOffset, int length, byte[] out, int outOffset) {
+        int done = 0;
+        for (; begun != 0 && done < length; done++) {
+            byte input = in[inOffset + done];
+            byte output = (byte) (input ^ keystream[begun]);
+            out[outOffset + done] = output;
+            if (mode == StreamMode.CFB) { // alone in feeding back what was not known when the block began
+                register[begun] = encrypting ? output : input;
+            }
+            begun = (begun + 1) % BLOCK;
+        }
+        return done;
+    }
+
+    /** At most a piece, at the beginning of a block. */
+    private byte[] runNative(byte[] in, int offset, int length) throws WbkitException {
+        int rounded = (length + BLOCK - 1) / BLOCK * BLOCK;
+        byte[] input = exactly(in, offset, length, rounded);
+        byte[] output = key.run(function, register, input);
+        byte[] cipher = encrypting ? output : input;
+        for (int i = 0, last = rounded - BLOCK; i < BLOCK; i++) {
+            keystream[i] = (byte) (input[last + i] ^ output[last + i]);
+            ciphertext[i] = cipher[last + i];
+        }
+        mode.advance(register, keystream, ciphertext, rounded / BLOCK);
+        begun = length % BLOCK;
+        return output;
+    }
+
+    /** Natives take whole arrays: the given one if it fits, otherwise a copy with zeros behind it. */
+    private byte[] exactly(byte[] in, int offset, int length, int rounded) {
+        if (offset == 0 && length == in.length && length == rounded) {
+            return in;
+        }
+        if (scratch == null || scratch.length != rounded) {
+            if (scratch != null) {
+                Arrays.fill(scratch, (byte) 0);
+            }
+            scratch = new byte[rounded];
+        }
+        System.arraycopy(in, offset, scratch, 0, length);
+        Arrays.fill(scratch, length, rounded, (byte) 0);
+        return scratch;
+    }
+}

@@ -1,0 +1,74 @@
+package com.vorlix.quen.wb;
+
+import androidx.annotation.NonNull;
+import java.io.IOException;
+import java.io.InputStream;
+import java.security.GeneralSecurityException;
+import java.security.InvalidAlgorithmParameterException;
+import java.util.Arrays;
+import java.util.Objects;
+
+/**
+ * Decrypts what is read in a stream mode, in constant memory. It is {@link WhiteboxKey#decrypt} in pieces, and notices
+ * a changed ciphertext as little. One thread at a time.
+ *
+ * <p>When the library refuses, and when the text does not end in its padding, an {@link IOException} has the reason as
+ * cause; every later read throws it again.
+ */
+public final class WhiteboxInputStream extends InputStream {
+    private final InputStream in;
+    private final StreamCipher cipher;
+    private final byte[] buffer = new byte[StreamEngine.PIECE];
+    private final Decrypted decrypted = new Decrypted(this::decryptMore);
+
+    /**
+     * A stream that decrypts.
+     *
+     * @param in where the ciphertext comes from; it is closed with this stream
+     * @param key the key
+     * @param mode the mode of the encryption
+     * @param padding its padding
+     * @param iv its iv
+     * @throws InvalidAlgorithmParameterException if the iv has not 16 bytes
+     */
+    public WhiteboxInputStream(@NonNull InputStream in, @NonNull WhiteboxKey key, @NonNull StreamMode mode,
+            @NonNull Padding padding, @NonNull byte[] iv) throws InvalidAlgorithmParameterException {
+        this.in = Objects.requireNonNull(in, "in");
+        this.cipher = StreamCipher.of(key, mode, padding, false, iv);
+    }
+
+    @Override
+    public int read() throws IOException {
+        return decrypted.read();
+    }
+
+    @Override
+    public int read(@NonNull byte[] b, int off, int len) throws IOException {
+        return decrypted.read(b, off, len);
+    }
+
+    @Override
+    public int available() {
+        return decrypted.available();
+    }
+
+    @Override
+    public void close() throws IOException {
+        decrypted.close();
+        cipher.wipe();
+        Arrays.fill(buffer, (byte) 0);
+        in.close();
+    }
+
+    private void decryptMore(Decrypted target) throws IOException, GeneralSecurityException {
+        int count = in.read(buffer, 0, buffer.length);
+        if (count < 0) {
+            byte[] end = cipher.finish();
+            target.put(end, end.length);
+            target.end();
+        } else {
+            int size = cipher.updateSize(count);
+            target.put(cipher.update(buffer, count), size);
+        }
+    }
+}
