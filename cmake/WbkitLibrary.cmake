@@ -1,17 +1,17 @@
 # libquen-wbkit.so, and on a host the log library beside it.
 
-find_package(PkgConfig REQUIRED)
-# Earlier releases have faults in unpacking hostile bytes, and messages are hostile.
-pkg_check_modules(PROTOBUF_C REQUIRED IMPORTED_TARGET libprotobuf-c>=1.4.1)
+include(WbkitProtobufC)
 find_program(WBKIT_PROTOC_C protoc-c REQUIRED DOC "Code generator of protobuf-c")
-find_package(Java REQUIRED COMPONENTS Development)
-if(NOT JAVA_HOME)
-  # The JDK whose compiler was found, also where no system-wide default is set.
-  file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" wbkit_javac)
-  cmake_path(GET wbkit_javac PARENT_PATH JAVA_HOME)
-  cmake_path(GET JAVA_HOME PARENT_PATH JAVA_HOME)
+if(NOT ANDROID) # where jni.h is among the system's headers
+  find_package(Java REQUIRED COMPONENTS Development)
+  if(NOT JAVA_HOME)
+    # The JDK whose compiler was found, also where no system-wide default is set.
+    file(REAL_PATH "${Java_JAVAC_EXECUTABLE}" wbkit_javac)
+    cmake_path(GET wbkit_javac PARENT_PATH JAVA_HOME)
+    cmake_path(GET JAVA_HOME PARENT_PATH JAVA_HOME)
+  endif()
+  find_package(JNI REQUIRED COMPONENTS JVM)
 endif()
-find_package(JNI REQUIRED COMPONENTS JVM)
 
 # The message code is generated; the header is part of the C surface.
 set(WBKIT_GENERATED_DIR "${PROJECT_BINARY_DIR}/generated")
@@ -113,7 +113,7 @@ endif()
 target_include_directories(wbkit_objects
   PRIVATE "${PROJECT_SOURCE_DIR}"
   PUBLIC "${PROJECT_SOURCE_DIR}/include" "${WBKIT_GENERATED_DIR}")
-target_include_directories(wbkit_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS} ${PROTOBUF_C_INCLUDE_DIRS})
+target_include_directories(wbkit_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS} ${WBKIT_PROTOBUF_C_INCLUDE_DIRS})
 target_compile_options(wbkit_objects PRIVATE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
 set_target_properties(wbkit_objects PROPERTIES
@@ -133,6 +133,9 @@ set_target_properties(wbkit_unforced PROPERTIES POSITION_INDEPENDENT_CODE ON CXX
 # Linked as C, without the libraries that CMake would add for the C++ objects: the library needs no C++ runtime, and
 # --no-undefined says so if that stops being true.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
+# Segments for pages of 16 KiB, and what becomes read-only after relocation ends on such a page: a loader that protects
+# whole pages would protect the data behind it too, or leave the rest open.
+set(WBKIT_PAGE_OPTIONS -Wl,-z,max-page-size=16384 -Wl,-z,common-page-size=16384)
 
 if(ANDROID)
   set(wbkit_log log)
@@ -143,6 +146,7 @@ else()
   add_library(wbkit-log SHARED support/hostlog/hostlog.cpp)
   target_compile_options(wbkit-log PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
   set_target_properties(wbkit-log PROPERTIES LINKER_LANGUAGE C CXX_VISIBILITY_PRESET hidden)
+  target_link_options(wbkit-log PRIVATE ${WBKIT_PAGE_OPTIONS})
   target_link_libraries(wbkit-log PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
 endif()
 
@@ -155,12 +159,18 @@ function(wbkit_add_shared_object name forced_kernels)
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   set_target_properties(${name} PROPERTIES
     LINKER_LANGUAGE C
-    BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
   target_link_options(${name} PRIVATE
-    -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,max-page-size=16384
+    -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--hash-style=both -Wl,--gc-sections
+    ${WBKIT_PAGE_OPTIONS}
     "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
-  target_link_libraries(${name} PRIVATE PkgConfig::PROTOBUF_C ${CMAKE_DL_LIBS} ${wbkit_log})
+  target_link_libraries(${name} PRIVATE wbkit_protobuf_c ${CMAKE_DL_LIBS} ${wbkit_log})
+  if(ANDROID)
+    # ANDROID_STL=none would say it too, but takes headers such as <span> away.
+    target_link_options(${name} PRIVATE -nostdlib++)
+  else()
+    set_target_properties(${name} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
+  endif()
 endfunction()
 wbkit_add_shared_object(quen-wbkit $<TARGET_OBJECTS:wbkit_unforced>)
 add_library(QuenWbkit::quen-wbkit ALIAS quen-wbkit)

@@ -6,6 +6,8 @@
 #   scripts/bootstrap.sh test   that, and what the tests and checks take
 #   scripts/bootstrap.sh bench  what building, running and the benchmarks take
 #   scripts/bootstrap.sh cross  what building, testing under emulation and estimating for ARM64 takes
+#   scripts/bootstrap.sh cross-armhf, cross-i386   what building and testing the library for 32 bits takes
+#   scripts/bootstrap.sh android   what building for Android's targets without an NDK takes
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
@@ -19,7 +21,7 @@ builder:  libcli11-dev libelf-dev libfmt-dev libssl-dev libtomlplusplus-dev nloh
 tables:   clang lld
 '
 test_packages='
-tests:    libgtest-dev libgmock-dev junit5 openssl
+tests:    libgtest-dev libgmock-dev junit5 openssl proguard-cli android-libnativehelper-dev
 linkers:  binutils-aarch64-linux-gnu binutils-arm-linux-gnueabihf binutils-i686-linux-gnu
 shell:    zsh
 audit:    chromium
@@ -35,8 +37,21 @@ estimate: llvm-14 llvm-19
 arm64:    libprotobuf-c-dev:arm64 libelf-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
 tests:    libgtest-dev:arm64 libgmock-dev:arm64
 '
+cross_armhf_packages='
+cross:    g++-arm-linux-gnueabihf qemu-user
+armhf:    libprotobuf-c-dev:armhf libgtest-dev:armhf libgmock-dev:armhf libstdc++6:armhf
+'
+cross_i386_packages='
+cross:    g++-i686-linux-gnu
+i386:     libprotobuf-c-dev:i386 libgtest-dev:i386 libgmock-dev:i386 libstdc++6:i386
+'
+android_packages='
+headers:  g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-i686-linux-gnu android-liblog-dev
+headers:  android-libnativehelper-dev
+strip:    llvm
+'
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='openssl clang-format-14 clang-tidy-14'
+test_commands='openssl clang-format-14 clang-tidy-14 proguard'
 
 # A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {
@@ -122,7 +137,10 @@ case ${1-} in
   test) groups=$run_packages$test_packages commands="$run_commands $test_commands" ;;
   bench) groups=$run_packages$bench_packages commands="$run_commands taskset" ;;
   cross) groups=$run_packages$cross_packages commands="$run_commands aarch64-linux-gnu-g++ qemu-aarch64" ;;
-  *) fail "usage: bootstrap.sh run|test|bench|cross" ;;
+  cross-armhf) groups=$run_packages$cross_armhf_packages commands="$run_commands arm-linux-gnueabihf-g++ qemu-arm" ;;
+  cross-i386) groups=$run_packages$cross_i386_packages commands="$run_commands i686-linux-gnu-g++" ;;
+  android) groups=$run_packages$android_packages commands="$run_commands llvm-objcopy" ;;
+  *) fail "usage: bootstrap.sh run|test|bench|cross|cross-armhf|cross-i386|android" ;;
 esac
 
 # What the machine says it is: "debian 12 Debian GNU/Linux 12 (bookworm)".
@@ -133,7 +151,7 @@ case ${1-}-$id in
   # Its chromium is a snap and no package. Without it the tests do not open the page of an audit.
   test-ubuntu) groups=${groups/audit:*chromium/} ;;
   # Its servers have no packages of other architectures.
-  cross-ubuntu) system="$system, whose servers have no packages for ARM64" id=other ;;
+  cross*-ubuntu) system="$system, whose servers have no packages of other architectures" id=other ;;
 esac
 case $id-$version in
   debian-12 | ubuntu-24.04)

@@ -1,5 +1,6 @@
 // Every heap allocation fails once: the linker leads the library's malloc here.
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 
@@ -150,7 +151,7 @@ TEST_F(Allocation, OfEnvelopes) {
 
 TEST_F(Allocation, OfSignatures) {
     std::vector<int32_t> statuses;
-    const auto lines = lines_of_failures([&] {
+    auto lines = lines_of_failures([&] {
         Bytes mac(32, 0xee);
         uint32_t len = 0;
         statuses.push_back(signature(nullptr, kSk.data(), 2, "alloc", "k", 1, mac.data(), &len));
@@ -158,6 +159,9 @@ TEST_F(Allocation, OfSignatures) {
         EXPECT_EQ(len, statuses.back() == 0 || statuses.back() == -100 ? 32U : 0U);
         return statuses.back() == 0;
     });
+    // protobuf-c allocates too, which is seen where it is compiled in.
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+    statuses.erase(std::unique(statuses.begin(), statuses.end()), statuses.end());
     EXPECT_EQ(lines, (std::vector<Lines>{
                          {error("ERR: get_ekey unpack fail:-20005\n"), error("ERR: sig, get_ekey:-92\n")},
                          {error("ERR: malloc failed!"), error("ERR: sig, decrypt key fail. 100\n")},

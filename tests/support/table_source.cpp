@@ -8,6 +8,8 @@
 namespace test {
 namespace {
 
+constexpr const char *kPointer = sizeof(void *) == 8 ? "\n.8byte " : "\n.4byte ";
+
 std::string byte_list(const Bytes &value) {
     std::ostringstream out;
     for (size_t i = 0; i < value.size(); ++i) {
@@ -53,10 +55,10 @@ TableSource &TableSource::slots(const std::string &symbol, const Slots &values) 
     for (size_t i = 0; i < 10; ++i) {
         if (i < values.size() && values[i]) {
             const std::string label = ".Ltext_" + symbol + std::to_string(i);
-            pointers += "\n.quad " + label;
+            pointers += kPointer + label;
             texts += "\n" + label + ":" + byte_list(terminated(*values[i]));
         } else {
-            pointers += "\n.quad 0";
+            pointers += kPointer + std::string("0");
         }
     }
     return set(symbol, pointers + texts);
@@ -85,11 +87,14 @@ std::filesystem::path TableSource::build(const std::filesystem::path &dir, const
     std::ofstream out(source);
     out << ".section .data.rel.ro,\"aw\"\n";
     for (const Symbol &symbol : symbols_) {
-        out << ".balign 16\n.globl \"" << symbol.name << "\"\n.type \"" << symbol.name << "\",@object\n\""
+        out << ".balign 16\n.globl \"" << symbol.name << "\"\n.type \"" << symbol.name << "\",%object\n\""
             << symbol.name << "\":" << symbol.body << "\n.size \"" << symbol.name << "\", .-\"" << symbol.name
             << "\"\n";
     }
-    out << ".section .note.GNU-stack,\"\",@progbits\n";
+#ifdef __ARM_PCS_VFP
+    out << ".eabi_attribute Tag_ABI_VFP_args, 1\n"; // this system's loader refuses libraries without it
+#endif
+    out << ".section .note.GNU-stack,\"\",%progbits\n";
     out.close();
     const std::string command = std::string(WBKIT_TEST_CC) + " -shared -nostdlib -Wl,-soname," +
                                 library.filename().string() + " -o '" + library.string() + "' '" + source.string() +

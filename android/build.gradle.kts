@@ -1,0 +1,3 @@
+plugins {
+    id("com.android.library") version "8.5.2" apply false
+}

@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Builds the android-* presets where there is no NDK, and checks the results with check-elf.sh. A stand-in takes the
+# NDK's place: clang for Android's targets, Android's jni.h and log.h, a host's C headers, and for libraries nothing but
+# the names in cmake/android-api-21.txt. It shows that sources, presets and link options fit together; what comes out is
+# not for phones.
+#
+#   scripts/check-android.sh [ABI...]     default: all four
+#
+# WBKIT_PROTOBUF_C in the environment is what the CMake option is: the folder of protobuf-c's sources, or fetch.
+set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+case ${1-} in
+  -h | --help) sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" && exit ;;
+esac
+[ $# -gt 0 ] || set -- arm64-v8a armeabi-v7a x86_64 x86
+
+protobuf_c=${WBKIT_PROTOBUF_C-}
+[ -n "$protobuf_c" ] || fail "WBKIT_PROTOBUF_C in the environment is not set; see --help"
+
+[ -z "${ANDROID_NDK_HOME-}" ] || fail "ANDROID_NDK_HOME names an NDK: build the presets with that"
+
+trap took EXIT
+
+step "Packages"
+"$root/scripts/bootstrap.sh" android
+
+standin=$root/build/ndk-stand-in
+rm -rf -- "$standin"
+mkdir -p -- "$standin/build/cmake" "$standin/include"
+ln -s /usr/include/android/android "$standin/include/android"
+ln -s /usr/include/android/nativehelper/jni.h "$standin/include/jni.h"
+cp -- "$root/cmake/toolchains/ndk-stand-in.cmake" "$standin/build/cmake/android.toolchain.cmake"
+
+# make_stubs TARGET FOLDER: shared libraries that define the listed names and do nothing.
+make_stubs() {
+  local library
+  mkdir -p -- "$2"
+  for library in libc libdl liblog libm; do
+    awk -v library="$library.so" '$1 == library {for (i = 2; i <= NF; ++i) print "void " $i "(void) {}"}' \
+      "$root/cmake/android-api-21.txt" |
+      clang --target="$1" -shared -nostdlib -fuse-ld=lld -w -ffreestanding -fno-builtin -Wl,-soname,$library.so \
+        -o "$2/$library.so" -x c -
+  done
+}
+
+for abi in "$@"; do
+  case $abi in
+    arm64-v8a) target=aarch64-linux-android21 ;;
+    armeabi-v7a) target=armv7a-linux-androideabi21 ;;
+    x86_64) target=x86_64-linux-android21 ;;
+    x86) target=i686-linux-android21 ;;
+    *) fail "unknown ABI: $abi" ;;
+  esac
+  step "$abi"
+  make_stubs "$target" "$standin/stubs/$abi"
+  ANDROID_NDK_HOME=$standin configure_and_build "android-$abi" --fresh "-DWBKIT_PROTOBUF_C=$protobuf_c"
+  "$root/scripts/check-elf.sh" --stubs "$standin/stubs/$abi" "$root/build/android-$abi/libquen-wbkit.so"
+done

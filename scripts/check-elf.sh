@@ -1,0 +1,169 @@
+#!/usr/bin/env bash
+# Checks that a library loads on every Android from API level 21 on: exports, needed libraries, alignment for pages of
+# 16 KiB, relocations, undefined symbols. Reads libraries of any ABI, table libraries too, and those for other systems.
+#
+#   scripts/check-elf.sh [--stubs DIR] FILE...
+#
+#   --stubs DIR   compare undefined symbols with the libraries in this folder in place of cmake/android-api-21.txt:
+#                 NDK/toolchains/llvm/prebuilt/HOST/sysroot/usr/lib/TRIPLE/21
+#
+# READELF in the environment names the program that reads; the default is readelf, and llvm-readelf does as well.
+set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+usage() {
+  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
+}
+
+readelf=${READELF:-readelf}
+page=$((16 * 1024))
+
+fault() {
+  printf '%s: %s\n' "$file" "$*"
+  faults=$((faults + 1))
+}
+
+# The values of a tag of the dynamic section, what stands in brackets if something does.
+dynamic() {
+  sed -nE "s/^ *0x[0-9a-f]+ +\(?$1\)? +//p" <<<"$dynamic_section" | sed -E 's/^[^[]*\[(.*)\]$/\1/'
+}
+
+# "BIND NAME" of every dynamic symbol that the library defines ("defined") or asks others for ("undefined").
+symbols() {
+  "$readelf" -W --dyn-syms "$2" | awk -v want="$1" '
+    $1 ~ /^[0-9]+:$/ && $8 != "" && $5 != "LOCAL" && ($7 == "UND") == (want == "undefined") {
+      sub(/@.*/, "", $8); print $5, $8
+    }' | sort -u
+}
+
+check_segments() {
+  local type offset address size flags align relro_end=0 mapped_end=0 stack=missing
+  while read -r type offset address size flags align; do
+    case $type in
+      LOAD)
+        ((align >= page && align % page == 0)) || fault "a segment is aligned to $((align)) bytes"
+        (((address - offset) % page == 0)) || fault "a segment lies in the file where it cannot be mapped from"
+        mapped_end=$(((address + size + 4095) & ~4095)) # where pages are small
+        [[ $flags != *W*E* ]] || fault "a segment is both writable and executable"
+        ;;
+      GNU_RELRO)
+        relro_end=$((address + size))
+        ((relro_end % page == 0)) || fault "RELRO ends at $relro_end, inside a page of $page bytes"
+        ;;
+      GNU_STACK) stack=$flags ;;
+      TLS) fault "thread-local variables, which Android has since API level 29" ;;
+    esac
+  done < <("$readelf" -lW "$file" | awk '
+    $2 ~ /^0x/ && $3 ~ /^0x/ {flags = "-"; for (i = 7; i < NF; ++i) flags = flags $i; print $1, $2, $3, $6, flags, $NF}')
+  ((relro_end > 0)) || fault "no RELRO segment"
+  ((relro_end <= mapped_end)) || fault "RELRO ends at $relro_end, behind the last page, which loaders refuse"
+  case $stack in
+    missing) fault "no GNU_STACK segment: the stack would be executable" ;;
+    *E*) fault "executable stack" ;;
+  esac
+}
+
+check_dynamic() {
+  [ "$(dynamic SONAME)" = "${file##*/}" ] || fault "SONAME is '$(dynamic SONAME)', not the name of the file"
+  [ -n "$(dynamic HASH)" ] || fault "no DT_HASH, the only hash table that Android knows before API level 23"
+  [[ $dynamic_section != *TEXTREL* ]] || fault "text relocations"
+  # DT_RELR, DT_ANDROID_REL and DT_ANDROID_RELA
+  ! grep -qE '^ *0x0*(23|24|25|6000000f|60000010|60000011|60000012|6fffe000) ' <<<"$dynamic_section" ||
+    fault "packed relocations, which API level 21 does not know"
+}
+
+needed_by() {
+  case $1 in
+    table) ;;
+    android) echo 'lib(c|dl|log|m)\.so' ;;
+    *) echo '(lib(c|dl|m)\.so\.6|libdl\.so\.2|ld-linux.*|libwbkit-log\.so|libprotobuf-c\.so\.1)' ;;
+  esac
+}
+
+check_needed() {
+  local library
+  for library in $(dynamic NEEDED); do
+    grep -qxE "$(needed_by "$kind")" <<<"$library" || fault "needs $library"
+  done
+}
+
+# Regular expressions, one a line.
+allowed_exports() {
+  if [ "$kind" = table ]; then
+    printf '%s\n' wbid version sk ak appid whitelist keys aes_keyids sm4_keyids wbtables_encoding \
+      'Nr_.*' 'Xor_.*' 'Tyboxes(128|192|256)_.*' 'TboxesLast_.*' 'table_.*'
+  else
+    sed -n '/global:/,/local:/s/^ *\([A-Za-z0-9_]*\*\{0,1\}\);$/\1/p' "$root/cmake/exports.map" | sed 's/\*$/.*/'
+  fi
+}
+
+check_exports() {
+  local exports name
+  exports=$(symbols defined "$file" | cut -d' ' -f2)
+  for name in $(grep -vxEf <(allowed_exports) <<<"$exports"); do
+    fault "exports $name"
+  done
+  for name in $(if [ "$kind" = table ]; then printf '%s\n' wbid version; else allowed_exports | grep -v '\*'; fi); do
+    grep -qxF -- "$name" <<<"$exports" || fault "does not export $name"
+  done
+}
+
+# Names that are there at API level 21; on another system the C library may have others for the same thing.
+provided() {
+  local library
+  if [ -n "$stubs" ]; then
+    for library in $(dynamic NEEDED); do
+      symbols defined "$stubs/$library" | cut -d' ' -f2
+    done
+  else
+    awk -v host="$kind" '/^lib/ {for (i = 2; i <= (host == "host" ? NF : 2); ++i) print $i}' \
+      "$root/cmake/android-api-21.txt"
+    # of the library that the check of needed ones lets pass
+    [[ $(dynamic NEEDED) != *libprotobuf-c.so* ]] || symbols undefined "$file" | grep -oE 'protobuf_c_[a-z_]+'
+  fi
+}
+
+# A weak symbol may be missing.
+check_undefined() {
+  local name
+  for name in $(symbols undefined "$file" | sed -n 's/^GLOBAL //p' | grep -vxFf <(provided)); do
+    fault "takes $name from outside, which is not known to exist at API level 21"
+  done
+}
+
+check() {
+  local abi dynamic_section kind
+  file=$1
+  [ -r "$file" ] || fail "$file: cannot be read"
+  abi=$("$readelf" -hW "$file" 2>/dev/null | sed -n 's/^ *Machine: *//p')
+  [ -n "$abi" ] || fail "$file: not an ELF file"
+  dynamic_section=$("$readelf" -dW "$file")
+  case "${file##*/} $(dynamic NEEDED)" in
+    libwb_tables_*) kind=table ;;
+    *libc.so.6*) kind=host ;;
+    *) kind=android ;;
+  esac
+  check_segments
+  check_dynamic
+  check_needed
+  check_exports
+  check_undefined
+  echo "$file: checked, $abi, $(wc -c <"$file") bytes"
+}
+
+stubs=
+if [ "${1-}" = --stubs ]; then
+  stubs=${2?--stubs needs a folder}
+  [ -r "$stubs/libc.so" ] || fail "$stubs: no libc.so there"
+  shift 2
+fi
+case ${1-} in
+  -h | --help) usage && exit ;;
+  '' | -*) fail "usage: check-elf.sh [--stubs DIR] FILE..." ;;
+esac
+
+faults=0
+for each in "$@"; do
+  check "$each"
+done
+[ "$faults" -eq 0 ] || fail "$faults faults"

@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# scripts/check-elf.sh lets a good library pass and names each fault of a bad one.
+#
+# check_elf_test.sh CHECK-ELF FOLDER
+set -euo pipefail
+check=$1 folder=$2
+library=$folder/libwb_tables_x_1.so
+
+mkdir -p "$folder"
+cat >"$folder/x.c" <<'END'
+const char wbid[] = "x";
+const int version = 1;
+const char *const keys[] = {wbid};
+#ifndef NOTHING_WRITABLE
+__attribute__((used)) static int writable = 1;
+#endif
+#ifdef FAULT
+FAULT
+#endif
+END
+
+# The message about a fault, and what makes it.
+count=0
+while IFS='|' read -r message flag another; do
+  clang -shared -fPIC -nostdlib -fuse-ld=lld -o "$library" "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so \
+    -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,--hash-style=both \
+    ${flag:+"$flag"} ${another:+"$another"}
+  said=$("$check" "$library" 2>&1) && passed=yes || passed=no
+  [ -n "$message" ] && expected=no || expected=yes
+  if [ "$passed" != "$expected" ] || [[ $said != *"$message"* ]]; then
+    printf 'FAIL: with %s, expected "%s", got:\n%s\n' "$flag" "$message" "$said"
+    exit 1
+  fi
+  count=$((count + 1))
+done <<'END'
+|
+aligned to 4096 bytes|-Wl,-z,max-page-size=4096,-z,common-page-size=4096
+inside a page of 16384 bytes|-Wl,-z,common-page-size=4096
+behind the last page|-DNOTHING_WRITABLE
+no RELRO segment|-Wl,-z,norelro
+executable stack|-Wl,-z,execstack
+thread-local variables|-DFAULT=static __thread int v = 1; static int *f(void) { return &v; } void *const aes_keyids = f;
+SONAME is 'other.so'|-Wl,-soname,other.so
+no DT_HASH|-Wl,--hash-style=gnu
+text relocations|-DFAULT=__asm__(".text\n.quad wbid\n");|-Wl,-z,notext
+packed relocations|-Wl,-Bsymbolic,--pack-dyn-relocs=relr
+needs libc.so.6|-Wl,--no-as-needed,-lc
+exports other|-DFAULT=const int other = 1;
+does not export version|-Dversion=sk
+takes later from outside|-DFAULT=extern int later; int *const sk = &later;
+END
+echo "$count libraries, each as expected"
