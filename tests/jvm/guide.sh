@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Follows docs/guide.md from an empty folder: runs its blocks of "sh" with the files of its blocks of "java", compares
+# what the last command printed with its blocks of "text", and compiles the Java of README.md.
+#
+#   guide.sh SOURCES PREFIX FOLDER      PREFIX: where quen-wbkit is installed; FOLDER: is made anew
+set -euo pipefail
+
+sources=$1
+export PREFIX=$2
+rm -rf -- "$3"
+mkdir -p -- "$3/blocks" "$3/empty" "$3/readme"
+cd -- "$3"
+
+# Every block of a page into a file of its own: NAME-NUMBER.LANGUAGE
+split_blocks() {
+  awk -v prefix="blocks/$2" '
+    /^```[a-z]/ { file = sprintf("%s-%02d.%s", prefix, ++count, substr($0, 4)); next }
+    /^```/ { file = ""; next }
+    file { print > file }' "$1"
+}
+split_blocks "$sources/docs/guide.md" guide
+split_blocks "$sources/README.md" readme
+
+cd empty
+commands=0
+for block in ../blocks/guide-*; do
+  case $block in
+    *.java) cp -- "$block" "$(sed -n 's/^public class \([A-Za-z]*\) .*/\1.java/p' "$block")" ;;
+    *.sh)
+      # shellcheck source=/dev/null
+      . "$block" >../printed
+      commands=$((commands + 1))
+      ;;
+    *.text) diff -u "$block" ../printed ;;
+  esac
+done
+cd ..
+[ "$commands" -ge 5 ] || { echo "The guide has only $commands blocks of commands." >&2 && exit 1; }
+
+# The README's Java stands in no method, and takes some variables as given.
+{
+  echo 'import com.vorlix.quen.wb.*; import java.security.*; import javax.crypto.*;'
+  echo 'class Readme {'
+  echo '  byte[] ak, wbid, wbidThenAppid, caller, iv, input, aad, keyid, text; WhiteboxKey key;'
+  for block in blocks/readme-*.java; do
+    printf 'void %s() throws Exception {\n%s\n}\n' "$(basename -- "$block" .java | tr - _)" "$(cat -- "$block")"
+  done
+  echo '}'
+} >readme/Readme.java
+javac -cp "$PREFIX/share/java/wbkit.jar" -d readme readme/Readme.java
