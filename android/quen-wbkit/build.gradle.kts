@@ -38,14 +38,6 @@ android {
         sourceCompatibility = JavaVersion.VERSION_1_8
         targetCompatibility = JavaVersion.VERSION_1_8
     }
-    buildFeatures {
-        prefabPublishing = true
-    }
-    prefab {
-        create("quen-wbkit") {
-            headers = "../../include"
-        }
-    }
 }
 
 dependencies {

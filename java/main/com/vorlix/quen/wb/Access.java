@@ -16,10 +16,24 @@ final class Access {
         this.token = credentials.tokenFor(name);
     }
 
-    /** For the natives, which do not change it. */
-    byte[] token() {
+    /** Throws if there is no token any more. */
+    void requireUsable() {
         credentials.requireUsable();
-        return token;
+    }
+
+    /** A native that is presented with the token. */
+    interface Native {
+        byte[] run(byte[] token);
+    }
+
+    /** Runs a native, which may write the token back after it was destroyed. */
+    byte[] present(Native call) {
+        credentials.requireUsable();
+        try {
+            return call.run(token);
+        } finally {
+            credentials.settle(token);
+        }
     }
 
     byte[] caller() {
@@ -41,7 +55,7 @@ final class Access {
 
     /** The text of an accessor, null if the table library has none. */
     String text(Accessor accessor) throws WbkitException {
-        byte[] text = accessor.run(token(), caller(), wbid(), version());
+        byte[] text = present(token -> accessor.run(token, caller(), wbid(), version()));
         if (text == null) {
             WbkitException problem = problem();
             if (problem != null) {
@@ -54,10 +68,11 @@ final class Access {
 
     /** Why the table library is refused to this caller, found out after a native said so; null if it is not. */
     WbkitException problem() {
-        if (WbkitAndr.getKeyids(token(), caller(), wbid(), version()) != null) {
+        if (present(token -> WbkitAndr.getKeyids(token, caller(), wbid(), version())) != null) {
             return null;
         }
-        if (WbkitAndr.getKeyids(token(), NOBODY, wbid(), version()) != null) { // everybody with a token may be nobody
+        // Everybody with a token may be nobody.
+        if (present(token -> WbkitAndr.getKeyids(token, NOBODY, wbid(), version())) != null) {
             return new AuthorizationException("The whitelist of " + name + " has no caller \""
                     + new String(caller(), StandardCharsets.UTF_8) + "\". Pass a name that is in it, or add this one to"
                     + " the manifest and build the table library again.");

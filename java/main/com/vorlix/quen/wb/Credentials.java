@@ -102,6 +102,13 @@ public final class Credentials implements Destroyable {
         }
     }
 
+    /** To be called when a native that was given it has ended: it writes back what it took. */
+    void settle(byte[] token) {
+        if (destroyed) {
+            Arrays.fill(token, (byte) 0);
+        }
+    }
+
     /** The token for this table library. The array stays ours: it is wiped with the rest. */
     synchronized byte[] tokenFor(TableName name) throws WbkitException {
         requireUsable();

@@ -62,8 +62,11 @@ final class Decrypted {
 
     private boolean isAtEnd() throws IOException {
         while (failure == null && position == limit && !ended) {
+            // What was read of the source is gone if this ends with an error, such as a lack of memory.
+            failure = new IOException("A read failed before.");
             try {
                 source.fill(this);
+                failure = null;
             } catch (GeneralSecurityException e) {
                 failure = Streams.failure(e);
             } catch (IOException e) {

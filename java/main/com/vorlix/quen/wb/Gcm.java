@@ -20,8 +20,8 @@ final class Gcm {
     /** The nonce is not empty, the key is one of AES. */
     static byte[] encrypt(WhiteboxKey key, byte[] nonce, byte[] aad, byte[] plain) throws WbkitException {
         Access access = key.access();
-        byte[] sealed = WbkitAndr.WBkit_AES_GCM_encrypt(access.token(), access.caller(), nonce, plain, aad,
-                access.wbid(), key.idBytes(), access.version());
+        byte[] sealed = access.present(token -> WbkitAndr.WBkit_AES_GCM_encrypt(token, access.caller(), nonce, plain,
+                aad, access.wbid(), key.idBytes(), access.version()));
         if (sealed == null) {
             throw access.refusal("The encryption");
         }
@@ -32,8 +32,8 @@ final class Gcm {
             throws WbkitException, AEADBadTagException {
         Access access = key.access();
         byte[] plain = sealed.length < TAG ? null
-                : WbkitAndr.WBkit_AES_GCM_decrypt(access.token(), access.caller(), nonce, sealed, aad, access.wbid(),
-                        key.idBytes(), access.version());
+                : access.present(token -> WbkitAndr.WBkit_AES_GCM_decrypt(token, access.caller(), nonce, sealed, aad,
+                        access.wbid(), key.idBytes(), access.version()));
         if (plain == null) {
             throwUnlessAdmitted(access);
             throw badTag();

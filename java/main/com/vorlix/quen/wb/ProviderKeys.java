@@ -19,7 +19,7 @@ final class ProviderKeys {
                     + key.getAlgorithm() + ". Pass a key of the cipher that getInstance was asked for.");
         }
         try {
-            whitebox.access().token();
+            whitebox.access().requireUsable();
         } catch (IllegalStateException e) { // destroyed credentials
             throw new InvalidKeyException(e.getMessage(), e);
         }

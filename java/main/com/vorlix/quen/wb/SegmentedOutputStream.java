@@ -11,7 +11,7 @@ import java.util.Objects;
 /**
  * Encrypts and authenticates what is written with AES-GCM, in segments and in constant memory, for files of up to 512
  * GiB. {@link #close()} writes the last segment: without it the file counts as cut off. A text that cannot be written
- * to its end must not be closed like a whole one: throw the file away. One thread at a time.
+ * to its end must not be closed like a whole one: {@link #abandon()} it first. One thread at a time.
  *
  * <p>When the library refuses, an {@link IOException} has its reason as cause.
  */
@@ -49,7 +49,8 @@ public final class SegmentedOutputStream extends OutputStream {
     public void write(@NonNull byte[] b, int off, int len) throws IOException {
         Streams.checkRange(b, off, len);
         if (closed || failed) {
-            throw new IOException(closed ? "The stream is closed." : "A write failed before.");
+            throw new IOException(closed ? "The stream is closed."
+                    : "A write failed before, or the file was given up.");
         }
         for (int done = 0; done < len;) {
             if (filled == text.length) { // full, and not the last one
@@ -69,7 +70,16 @@ public final class SegmentedOutputStream extends OutputStream {
         out.flush();
     }
 
-    /** Writes the last segment, unless a write failed before, and closes the stream below. */
+    /**
+     * Gives the file up, for instance because its text could not be read to its end: {@link #close()} then writes no
+     * last segment, and every reader refuses the file.
+     */
+    public void abandon() {
+        failed = true;
+        Arrays.fill(text, (byte) 0);
+    }
+
+    /** Writes the last segment, unless a write failed before or the file was given up, and closes the stream below. */
     @Override
     @SuppressWarnings("try") // the resource is there to be closed
     public void close() throws IOException {

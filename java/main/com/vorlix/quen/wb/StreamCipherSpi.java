@@ -1,7 +1,6 @@
 package com.vorlix.quen.wb;
 
 import java.security.AlgorithmParameters;
-import java.security.GeneralSecurityException;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.NoSuchAlgorithmException;
 import java.security.Provider;
@@ -74,15 +73,22 @@ final class StreamCipherSpi extends WhiteboxCipherSpi {
         long most = outputSize(length);
         requireRoom(sizeIsCertain ? most : most - StreamEngine.BLOCK, room);
         // What a padding leaves is known at the end: if it may be too much, that is reached on a copy first.
+        boolean trial = most > room;
+        boolean stays = false;
         byte[] result;
         try {
-            result = finish(most <= room ? cipher : cipher.copy(), in, inOffset, length, (int) most);
-        } catch (GeneralSecurityException e) {
-            reset();
-            throw e;
+            result = finish(trial ? cipher.copy() : cipher, in, inOffset, length, (int) most);
+            stays = result.length > room;
+        } finally { // whatever was thrown: what has ended must not go on
+            if (!stays) {
+                reset();
+            }
         }
-        requireRoom(result.length, room);
-        reset();
+        if (stays) {
+            int size = result.length;
+            Arrays.fill(result, (byte) 0);
+            requireRoom(size, room);
+        }
         return result;
     }
 

@@ -25,6 +25,7 @@ final class StreamEngine {
     private final byte[] ciphertext = new byte[BLOCK];
     /** The bytes of the last block that are used; 0 if it is complete. */
     private int begun;
+    private boolean wiped;
     /** For pieces that are only a part of an array. */
     private byte[] scratch;
 
@@ -62,6 +63,7 @@ final class StreamEngine {
 
     /** Runs over so many bytes. The arrays may be one, and the ranges in it may overlap. */
     void process(byte[] in, int inOffset, int length, byte[] out, int outOffset) throws WbkitException {
+        requireUsable();
         byte[] source = in;
         int from = inOffset;
         if (in == out && outOffset > inOffset && outOffset - inOffset < length) { // would be written before it is read
@@ -79,6 +81,7 @@ final class StreamEngine {
 
     /** Runs over at most a {@link #PIECE}. The result is a new array that begins with so many bytes. */
     byte[] process(byte[] in, int length) throws WbkitException {
+        requireUsable();
         if (begun == 0 && length != 0) {
             return runNative(in, 0, length);
         }
@@ -87,12 +90,19 @@ final class StreamEngine {
         return out;
     }
 
-    /** Forgets what could help to decrypt. */
+    /** Forgets what could help to decrypt. It cannot go on then. */
     void wipe() {
+        wiped = true;
         Arrays.fill(register, (byte) 0);
         Arrays.fill(keystream, (byte) 0);
         if (scratch != null) {
             Arrays.fill(scratch, (byte) 0);
+        }
+    }
+
+    private void requireUsable() {
+        if (wiped) {
+            throw new IllegalStateException("This was ended and wiped. Begin again with a fresh iv.");
         }
     }
 

@@ -10,6 +10,10 @@ import java.util.Objects;
  *
  * <p>A failure is an {@link UnsatisfiedLinkError} whose message names the ABI, the places that were searched, the
  * missing file, and what to do. It is final: the virtual machine does not look at a class again that failed once.
+ *
+ * <p>An application may load the library itself with {@link System#load} or {@link System#loadLibrary}. It must have
+ * done so before another thread uses a class of this package for the first time: each of the two threads could wait for
+ * what the other holds.
  */
 public final class WbkitLoader {
     private static final byte[] NOTHING = {};

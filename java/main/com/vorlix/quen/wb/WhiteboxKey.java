@@ -8,6 +8,7 @@ import java.io.ObjectOutputStream;
 import java.nio.charset.StandardCharsets;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.InvalidKeyException;
+import java.security.MessageDigest;
 import java.util.Arrays;
 import java.util.Objects;
 import javax.crypto.AEADBadTagException;
@@ -259,8 +260,8 @@ public final class WhiteboxKey implements SecretKey {
         if (plain.length == 0) {
             throw new IllegalBlockSizeException("The text is empty, and would not come back. Use sealMessage.");
         }
-        byte[] message = algorithm.natives(mode).encryptMessage.run(access.token(), access.caller(), newIv(), plain,
-                padding.number(), keyField, access.wbid(), idBytes, access.version());
+        byte[] message = access.present(token -> algorithm.natives(mode).encryptMessage.run(token, access.caller(),
+                newIv(), plain, padding.number(), keyField, access.wbid(), idBytes, access.version()));
         if (message == null) {
             throw access.refusal("The encryption");
         }
@@ -275,7 +276,8 @@ public final class WhiteboxKey implements SecretKey {
      * @param message the message
      * @return the text
      * @throws IllegalBlockSizeException if the message has no content
-     * @throws BadPaddingException if what was decrypted does not end in the padding
+     * @throws BadPaddingException if what was decrypted does not end in the length of a padding; the padding's other
+     *     bytes are not looked at
      * @throws WbkitException if these bytes are no such message, or the library refuses
      */
     @NonNull
@@ -283,8 +285,8 @@ public final class WhiteboxKey implements SecretKey {
             throws IllegalBlockSizeException, BadPaddingException, WbkitException {
         Objects.requireNonNull(mode, "mode");
         Objects.requireNonNull(message, "message");
-        byte[] plain = algorithm.natives(mode).decryptMessage.run(access.token(), access.caller(), message,
-                access.wbid(), idBytes, access.version());
+        byte[] plain = access.present(token -> algorithm.natives(mode).decryptMessage.run(token, access.caller(),
+                message, access.wbid(), idBytes, access.version()));
         if (plain == null) {
             Gcm.throwUnlessAdmitted(access);
             CmsMessage fields = CmsMessage.of(message);
@@ -317,8 +319,8 @@ public final class WhiteboxKey implements SecretKey {
         Objects.requireNonNull(aad, "aad");
         Objects.requireNonNull(keyField, "keyField");
         Gcm.requireAes(this);
-        byte[] message = WbkitAndr.WBkit_AES_CMS_GCM_encrypt(access.token(), access.caller(), RandomBytes.of(Gcm.NONCE),
-                plain, aad, keyField, access.wbid(), idBytes, access.version());
+        byte[] message = access.present(token -> WbkitAndr.WBkit_AES_CMS_GCM_encrypt(token, access.caller(),
+                RandomBytes.of(Gcm.NONCE), plain, aad, keyField, access.wbid(), idBytes, access.version()));
         if (message == null && aad.length > CmsMessage.ROOM_FOR_AAD) {
             Gcm.throwUnlessAdmitted(access);
             throw new WbkitException("The message has no room for " + aad.length + " bytes of additional data. Pass at"
@@ -344,8 +346,8 @@ public final class WhiteboxKey implements SecretKey {
     public byte[] openMessage(@NonNull byte[] message) throws InvalidKeyException, AEADBadTagException, WbkitException {
         Objects.requireNonNull(message, "message");
         Gcm.requireAes(this);
-        byte[] plain = WbkitCms.aesGcmDecrypt(access.token(), access.caller(), message, access.wbid(), idBytes,
-                access.version());
+        byte[] plain = access.present(token -> WbkitCms.aesGcmDecrypt(token, access.caller(), message, access.wbid(),
+                idBytes, access.version()));
         if (plain == null) {
             Gcm.throwUnlessAdmitted(access);
             CmsMessage.of(message);
@@ -367,8 +369,8 @@ public final class WhiteboxKey implements SecretKey {
     public byte[] sign(@NonNull byte[] data) throws InvalidKeyException, WbkitException {
         Objects.requireNonNull(data, "data");
         Gcm.requireAes(this);
-        byte[] signature = WbkitAndr.signature(access.token(), access.caller(), data, access.wbid(), idBytes,
-                access.version());
+        byte[] signature = access.present(token -> WbkitAndr.signature(token, access.caller(), data, access.wbid(),
+                idBytes, access.version()));
         if (signature == null) {
             Gcm.throwUnlessAdmitted(access);
             throw new UnknownKeyException(access.name + " has no signing key that can be used for " + id
@@ -391,12 +393,14 @@ public final class WhiteboxKey implements SecretKey {
         Objects.requireNonNull(data, "data");
         Objects.requireNonNull(signature, "signature");
         Gcm.requireAes(this);
-        int difference = WbkitAndr.verify(access.token(), access.caller(), signature, data, access.wbid(), idBytes,
-                access.version());
-        if (difference < 0) { // the signature is wrong, or there was none to compare with
-            Arrays.fill(sign(data), (byte) 0);
+        // Not by the native: its sign tells how a wrong signature differs, and why it failed it does not tell. What is
+        // done here takes the same time for every signature.
+        byte[] right = sign(data);
+        try {
+            return MessageDigest.isEqual(right, signature);
+        } finally {
+            Arrays.fill(right, (byte) 0);
         }
-        return difference == 0;
     }
 
     /**
@@ -456,8 +460,8 @@ public final class WhiteboxKey implements SecretKey {
     }
 
     private byte[] tryToRun(Algorithm.Stream function, byte[] iv, byte[] input) {
-        return function.run(access.token(), access.caller(), iv, input, Padding.NONE.number(), access.wbid(), idBytes,
-                access.version());
+        return access.present(token -> function.run(token, access.caller(), iv, input, Padding.NONE.number(),
+                access.wbid(), idBytes, access.version()));
     }
 
     /** Texts of many pieces take many calls: a native holds three copies of its text. */

@@ -1,11 +1,13 @@
 package com.vorlix.quen.wb;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.vorlix.quen.wb.TestTables.Key;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;
@@ -54,6 +56,17 @@ class StreamEngineTest {
             assertArrayEquals(Arrays.copyOfRange(expected, 7, LONG),
                     Arrays.copyOfRange(array, 71 + shift, 64 + LONG + shift), "shifted by " + shift);
         }
+    }
+
+    @Test
+    void endsWhenItIsWiped() throws Exception {
+        WhiteboxKey key = TestTables.open(TestTables.ENCODED).key("k128");
+        StreamEngine engine = new StreamEngine(key, StreamMode.CTR, true, IV);
+        engine.process(new byte[1], 0, 1, new byte[1], 0);
+        StreamEngine copy = engine.copy();
+        engine.wipe();
+        assertThrows(IllegalStateException.class, () -> engine.process(PLAIN, 0, 15, new byte[15], 0));
+        copy.process(PLAIN, 0, 15, new byte[15], 0);
     }
 
     private static void check(StreamEngine engine, byte[] in, int length, int chunk, byte[] expected) throws Exception {

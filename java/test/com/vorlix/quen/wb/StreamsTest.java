@@ -129,6 +129,36 @@ class StreamsTest {
         }
     }
 
+    @Test
+    void errorsLeaveNoHoleAndNoWholeFile() throws Exception {
+        byte[] file = seal(TestTables.random(3 * Segments.TEXT, 1), 100_000);
+        boolean[] fails = {false};
+        InputStream in = new SegmentedInputStream(new ByteArrayInputStream(file) {
+            @Override
+            public synchronized int read(byte[] b, int off, int len) {
+                int count = super.read(b, off, len);
+                if (fails[0]) { // after the bytes were taken
+                    throw new OutOfMemoryError("for a test");
+                }
+                return count;
+            }
+        }, key, AAD);
+        in.read();
+        in.skip(Segments.TEXT - 1);
+        fails[0] = true;
+        assertThrows(OutOfMemoryError.class, in::read);
+        fails[0] = false;
+        assertThrows(IOException.class, in::read);
+
+        ByteArrayOutputStream sink = new ByteArrayOutputStream();
+        try (SegmentedOutputStream out = new SegmentedOutputStream(sink, key, AAD)) {
+            out.write(new byte[Segments.TEXT + 100]);
+            out.abandon();
+            assertThrows(IOException.class, () -> out.write(1));
+        }
+        assertThrows(IOException.class, () -> read(open(sink.toByteArray()), 1000));
+    }
+
     private static void assertStays(InputStream in, Class<?> cause) {
         IOException first = assertThrows(IOException.class, () -> read(in, 1000));
         assertEquals(cause, first.getCause().getClass());

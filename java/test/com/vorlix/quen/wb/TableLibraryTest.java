@@ -19,6 +19,7 @@ import java.nio.file.Path;
 import java.nio.file.Paths;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.concurrent.CountDownLatch;
 import java.util.Collections;
 import java.util.List;
 import org.junit.jupiter.api.Test;
@@ -123,6 +124,29 @@ class TableLibraryTest {
             assertThrows(IllegalStateException.class, library::whitelist);
             assertThrows(IllegalStateException.class, () -> TableLibrary.open("jvm", 1, credentials));
         }
+    }
+
+    /** A native gives its arrays back as it took them, so it could write the token where it was wiped. */
+    @Test
+    void destructionDuringACallIsNotUndone() throws Exception {
+        Credentials credentials = credentials();
+        WhiteboxKey key = TableLibrary.open("jvm", 1, credentials).key("k256");
+        byte[] ours = credentials.tokenFor(TableName.of("jvm", 1));
+        CountDownLatch begun = new CountDownLatch(1);
+        Thread user = new Thread(() -> key.access().present(token -> {
+            byte[] taken = token.clone();
+            begun.countDown();
+            while (!credentials.isDestroyed() || !Arrays.equals(token, new byte[32])) {
+                Thread.yield();
+            }
+            System.arraycopy(taken, 0, token, 0, taken.length);
+            return taken;
+        }));
+        user.start();
+        begun.await();
+        credentials.destroy();
+        user.join();
+        assertArrayEquals(new byte[32], ours);
     }
 
     @Test
