@@ -46,7 +46,7 @@ public final class Notes {
     }
 
     public boolean isSignature(byte[] export, byte[] signature) throws GeneralSecurityException {
-        return keyOf(signature).verify(export, withoutVersion(signature));
+        return signature.length >= VERSION_SIZE && keyOf(signature).verify(export, withoutVersion(signature));
     }
 
     private WhiteboxKey keyOf(byte[] note) throws GeneralSecurityException {

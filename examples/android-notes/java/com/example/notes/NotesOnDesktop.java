@@ -44,6 +44,7 @@ public final class NotesOnDesktop {
         byte[] export = rotated.clone();
         byte[] signature = shipped.sign(export);
         expect("signature of version 1 accepted after the update", updated.isSignature(export, signature));
+        expect("signature that is cut off refused", !updated.isSignature(export, new byte[3]));
         export[0] ^= 1;
         expect("signature of a changed export refused", !updated.isSignature(export, signature));
 

@@ -21,6 +21,10 @@ final class Access {
         credentials.requireUsable();
     }
 
+    boolean isDestroyed() {
+        return credentials.isDestroyed();
+    }
+
     /** A native that is presented with the token. */
     interface Native {
         byte[] run(byte[] token);

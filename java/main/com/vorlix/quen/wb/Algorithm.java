@@ -3,18 +3,18 @@ package com.vorlix.quen.wb;
 /** The ciphers, with the natives of their stream modes. */
 enum Algorithm {
     AES(new Natives(WbkitAndr::WBkit_AES_CFB_encrypt, WbkitAndr::WBkit_AES_CFB_decrypt,
-                WbkitAndr::WBkit_AES_CMS_CFB_encrypt, WbkitCms::aesCfbDecrypt),
+                WbkitAndr::WBkit_AES_CMS_CFB_encrypt),
         new Natives(WbkitAndr::WBkit_AES_OFB_encrypt, WbkitAndr::WBkit_AES_OFB_decrypt,
-                WbkitAndr::WBkit_AES_CMS_OFB_encrypt, WbkitCms::aesOfbDecrypt),
+                WbkitAndr::WBkit_AES_CMS_OFB_encrypt),
         new Natives(WbkitAndr::WBkit_AES_CTR_encrypt, WbkitAndr::WBkit_AES_CTR_decrypt,
-                WbkitAndr::WBkit_AES_CMS_CTR_encrypt, WbkitCms::aesCtrDecrypt)),
+                WbkitAndr::WBkit_AES_CMS_CTR_encrypt)),
     SM4(new Natives(WbkitAndr::WBkit_SM4_CFB_encrypt, WbkitAndr::WBkit_SM4_CFB_decrypt,
-                WbkitAndr::WBkit_SM4_CMS_CFB_encrypt, WbkitCms::sm4CfbDecrypt),
+                WbkitAndr::WBkit_SM4_CMS_CFB_encrypt),
         // Encrypts with its decryption, which is the same in this mode: that native keeps no memory.
         new Natives(WbkitAndr::WBkit_SM4_OFB_decrypt, WbkitAndr::WBkit_SM4_OFB_decrypt,
-                WbkitAndr::WBkit_SM4_CMS_OFB_encrypt, WbkitCms::sm4OfbDecrypt),
+                WbkitAndr::WBkit_SM4_CMS_OFB_encrypt),
         new Natives(WbkitAndr::WBkit_SM4_CTR_encrypt, WbkitAndr::WBkit_SM4_CTR_decrypt,
-                WbkitAndr::WBkit_SM4_CMS_CTR_encrypt, WbkitCms::sm4CtrDecrypt));
+                WbkitAndr::WBkit_SM4_CMS_CTR_encrypt));
 
     private final Natives[] byMode;
 
@@ -38,23 +38,16 @@ enum Algorithm {
                 byte[] keyid, int version);
     }
 
-    /** A native that decrypts such a message. */
-    interface MessageDecryption {
-        byte[] run(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid, int version);
-    }
-
     /** The natives of a mode. */
     static final class Natives {
         final Stream encrypt;
         final Stream decrypt;
         final MessageEncryption encryptMessage;
-        final MessageDecryption decryptMessage;
 
-        Natives(Stream encrypt, Stream decrypt, MessageEncryption encryptMessage, MessageDecryption decryptMessage) {
+        Natives(Stream encrypt, Stream decrypt, MessageEncryption encryptMessage) {
             this.encrypt = encrypt;
             this.decrypt = decrypt;
             this.encryptMessage = encryptMessage;
-            this.decryptMessage = decryptMessage;
         }
     }
 }

@@ -1,20 +1,32 @@
 package com.vorlix.quen.wb;
 
-/** What of a packed {@code CMSEncryptedData} tells why it was refused. The natives read messages themselves. */
+import java.util.Arrays;
+
+/**
+ * What a decryption in a stream mode takes of a packed {@code CMSEncryptedData} (Protocol Buffers). The natives read
+ * messages themselves; this refuses what they refuse.
+ */
 final class CmsMessage {
     /** The additional data that fits into a message whatever else is in it. */
     static final int ROOM_FOR_AAD = 100;
 
-    private static final int PADDING = 4;
-    private static final int CONTENT = 9;
-    private static final int PKCS7 = 8;
-    private static final int ISO10126 = 9;
     private static final int VARINT = 0;
     private static final int BYTES = 2;
-    private static final int[] FIXED_SIZES = {0, 8, 0, 0, 0, 4};
+    /** The sizes of values by their types; of groups there are none, and {@link #BYTES} tell theirs. */
+    private static final int[] SIZES = {0, 8, -1, -1, -1, 4};
+    /** The types of the known fields, by their numbers. */
+    private static final int[] TYPES = {-1, BYTES, VARINT, VARINT, VARINT, BYTES, BYTES, BYTES, BYTES, BYTES};
+    private static final int PADDING = 4;
+    private static final int IV = 6;
+    private static final int TAG = 8;
+    private static final int CONTENT = 9;
+    /** In a message, a padding is this number plus that by which the natives know it. */
+    private static final int NO_PADDING = 7;
 
-    boolean isPadded;
-    long contentLength;
+    Padding padding = Padding.NONE;
+    /** A whole block: cut, or extended with zeros, if the message has another. */
+    byte[] iv = new byte[StreamEngine.BLOCK];
+    byte[] content = {};
 
     private final byte[] message;
     private int position;
@@ -46,18 +58,36 @@ final class CmsMessage {
     private void readField() throws WbkitException {
         long tag = readVarint();
         int type = (int) (tag & 7);
+        long number = tag >>> 3;
         long value = type == VARINT || type == BYTES ? readVarint() : 0;
-        long length = type == BYTES ? value : type < FIXED_SIZES.length ? FIXED_SIZES[type] : -1;
-        boolean group = type == 3 || type == 4;
-        if (group || length < 0 || length > message.length - position) {
+        long length = type == BYTES ? value : type < SIZES.length ? SIZES[type] : -1;
+        boolean otherType = number > 0 && number < TYPES.length && type != TYPES[(int) number];
+        boolean tooLong = length > message.length - position || (number == TAG && length > Gcm.TAG);
+        if (otherType || length < 0 || tooLong) {
             throw noMessage();
         }
-        position += (int) length;
-        if (tag == (PADDING << 3 | VARINT)) {
-            isPadded = value == PKCS7 || value == ISO10126;
-        } else if (tag == (CONTENT << 3 | BYTES)) {
-            contentLength = length;
+        if (number == PADDING) {
+            padding = paddingOf((int) value);
+        } else if (number == IV) {
+            iv = Arrays.copyOf(bytes(length), StreamEngine.BLOCK);
+        } else if (number == CONTENT) {
+            content = bytes(length);
         }
+        position += (int) length;
+    }
+
+    private byte[] bytes(long length) {
+        return Arrays.copyOfRange(message, position, position + (int) length);
+    }
+
+    /** Whatever else stands there means none. */
+    private static Padding paddingOf(int number) {
+        for (Padding padding : Padding.values()) {
+            if (NO_PADDING + padding.number() == number) {
+                return padding;
+            }
+        }
+        return Padding.NONE;
     }
 
     private long readVarint() throws WbkitException {

@@ -59,13 +59,15 @@ public final class Credentials implements Destroyable {
      * @param token the token, 32 bytes; it is copied
      * @param caller the name of the caller; it, or a text that it is part of, stands in the whitelist
      * @return the credentials
+     * @throws IllegalArgumentException if it has another length, or is what {@link WbkitAndr#hmac} answers when memory
+     *     runs out: zeros
      */
     @NonNull
     public static Credentials fromToken(@NonNull byte[] token, @NonNull String caller) {
         Objects.requireNonNull(token, "token");
-        if (token.length != TOKEN_SIZE) {
-            throw new IllegalArgumentException("A token has " + TOKEN_SIZE + " bytes, not " + token.length
-                    + ": pass the HMAC-SHA256 of wbid and application id under sk.");
+        if (token.length != TOKEN_SIZE || isFailure(token)) {
+            throw new IllegalArgumentException("A token has " + TOKEN_SIZE + " bytes, which are not all zero, and this"
+                    + " has " + token.length + ": pass the HMAC-SHA256 of wbid and application id under sk.");
         }
         return new Credentials(token, null, caller);
     }
@@ -74,10 +76,8 @@ public final class Credentials implements Destroyable {
     @Override
     public synchronized void destroy() {
         destroyed = true;
-        Arrays.fill(secret, (byte) 0);
-        for (byte[] token : tokens.values()) {
-            Arrays.fill(token, (byte) 0);
-        }
+        Secrets.wipe(secret);
+        Secrets.wipe(tokens.values().toArray(new byte[0][]));
         tokens.clear();
     }
 
@@ -105,7 +105,7 @@ public final class Credentials implements Destroyable {
     /** To be called when a native that was given it has ended: it writes back what it took. */
     void settle(byte[] token) {
         if (destroyed) {
-            Arrays.fill(token, (byte) 0);
+            Secrets.wipe(token);
         }
     }
 
@@ -131,10 +131,26 @@ public final class Credentials implements Destroyable {
                     : new AuthorizationException(name
                             + " does not accept the access key. Pass the ak of its manifest.");
         }
-        byte[] message = Arrays.copyOf(name.wbidBytes, name.wbidBytes.length + appId.length);
-        System.arraycopy(appId, 0, message, name.wbidBytes.length, appId.length);
-        byte[] token = WbkitAndr.hmac(message, sk);
-        Arrays.fill(sk, (byte) 0);
-        return token;
+        try {
+            byte[] message = Arrays.copyOf(name.wbidBytes, name.wbidBytes.length + appId.length);
+            System.arraycopy(appId, 0, message, name.wbidBytes.length, appId.length);
+            byte[] token = WbkitAndr.hmac(message, sk);
+            if (token == null || isFailure(token)) {
+                throw new WbkitException("The token for " + name + " could not be computed for lack of memory. Free"
+                        + " some and open the table library again.");
+            }
+            return token;
+        } finally {
+            Secrets.wipe(sk);
+        }
+    }
+
+    /** The native that makes tokens answers with zeros when it fails. */
+    private static boolean isFailure(byte[] token) {
+        int bits = 0;
+        for (byte part : token) {
+            bits |= part;
+        }
+        return bits == 0;
     }
 }

@@ -110,7 +110,7 @@ final class GcmCipherSpi extends WhiteboxCipherSpi {
             return encrypting ? encrypt(whole) : decrypt(whole);
         } finally {
             if (whole != in) {
-                Arrays.fill(whole, (byte) 0);
+                Secrets.wipe(whole);
             }
             forgetText();
         }
@@ -145,13 +145,20 @@ final class GcmCipherSpi extends WhiteboxCipherSpi {
         }
         byte[] data = aad.toArray();
         byte[] ciphertext = Arrays.copyOf(sealed, sealed.length - tagLength);
-        byte[] plain = Arrays.copyOf(Gcm.encrypt(key, iv, data, ciphertext), ciphertext.length);
-        byte[] expected = Gcm.encrypt(key, iv, data, plain);
-        if (!MessageDigest.isEqual(Arrays.copyOf(expected, sealed.length), sealed)) {
-            Arrays.fill(plain, (byte) 0);
-            throw Gcm.badTag();
+        byte[] plainAndTag = Gcm.encrypt(key, iv, data, ciphertext);
+        byte[] plain = null;
+        boolean authentic = false;
+        try {
+            plain = Arrays.copyOf(plainAndTag, ciphertext.length);
+            byte[] expected = Gcm.encrypt(key, iv, data, plain);
+            authentic = MessageDigest.isEqual(Arrays.copyOf(expected, sealed.length), sealed);
+            if (!authentic) {
+                throw Gcm.badTag();
+            }
+            return plain;
+        } finally {
+            Secrets.wipe(plainAndTag, authentic ? null : plain);
         }
-        return plain;
     }
 
     private void requireFreshIv() {

@@ -16,7 +16,7 @@ public enum Padding {
         }
 
         @Override
-        int countIn(byte[] block) {
+        int countAtEndOf(byte[] text) {
             return 0;
         }
     },
@@ -30,11 +30,11 @@ public enum Padding {
         }
 
         @Override
-        int countIn(byte[] block) throws BadPaddingException {
-            int count = lastByteOf(block);
+        int countAtEndOf(byte[] text) throws BadPaddingException {
+            int count = lastByteOf(text);
             int difference = 0;
-            for (int i = block.length - count; i < block.length; i++) {
-                difference |= block[i] ^ count;
+            for (int i = text.length - count; i < text.length; i++) {
+                difference |= text[i] ^ count;
             }
             if (difference != 0) {
                 throw bad();
@@ -52,16 +52,16 @@ public enum Padding {
         }
 
         @Override
-        int countIn(byte[] block) throws BadPaddingException {
-            return lastByteOf(block);
+        int countAtEndOf(byte[] text) throws BadPaddingException {
+            return lastByteOf(text);
         }
     };
 
     /** So many bytes of padding. */
     abstract byte[] filler(int count);
 
-    /** How many bytes of a text's last block are padding. */
-    abstract int countIn(byte[] block) throws BadPaddingException;
+    /** How many bytes of a text are padding. The text has whole blocks, or is the last of them. */
+    abstract int countAtEndOf(byte[] text) throws BadPaddingException;
 
     /** How many bytes it adds to a text of so many. */
     final int sizeAfter(long length) {
@@ -77,15 +77,15 @@ public enum Padding {
         return ordinal();
     }
 
-    private static int lastByteOf(byte[] block) throws BadPaddingException {
-        int count = block[block.length - 1] & 0xff;
-        if (count == 0 || count > block.length) {
+    private static int lastByteOf(byte[] text) throws BadPaddingException {
+        int count = text[text.length - 1] & 0xff;
+        if (count == 0 || count > StreamEngine.BLOCK) {
             throw bad();
         }
         return count;
     }
 
-    static BadPaddingException bad() {
+    private static BadPaddingException bad() {
         return new BadPaddingException("The decrypted text does not end in this padding: key, iv, mode, padding and"
                 + " version have to be those of the encryption, and the ciphertext must not have been changed.");
     }

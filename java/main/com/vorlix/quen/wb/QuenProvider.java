@@ -21,7 +21,9 @@ import java.util.Collections;
  * <li>{@code Cipher} {@code AES/GCM/NoPadding}. Parameters are a {@code GCMParameterSpec} with a tag of 96 to 128 bits
  * in whole bytes. Use nonces of 12 bytes: for another length the library counts on where NIST SP 800-38D starts
  * again, after 2^32 blocks from a start that cannot be foreseen. Texts are collected until {@code doFinal}, for both
- * directions; for long ones see {@link SegmentedOutputStream}.
+ * directions; for long ones see {@link SegmentedOutputStream}. As with the JDK's own provider, a {@code Cipher} object
+ * knows key and nonce of its last encryption, and refuses to encrypt with them again. Earlier ones, and those of other
+ * objects, it does not know: that no nonce comes twice with a key is up to the caller, unless the provider draws it.
  * <li>{@code Mac} {@code HmacSHA256}, under the signing key of an AES key's id. Texts are collected too.
  * <li>{@code AlgorithmParameters} {@code SM4}: an iv, encoded as those of AES are.
  * </ul>

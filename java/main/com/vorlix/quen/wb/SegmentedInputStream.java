@@ -18,13 +18,11 @@ import java.util.Objects;
  * an {@link javax.crypto.AEADBadTagException}; another refusal of the library is its cause likewise. Every later read
  * throws it again.
  */
-public final class SegmentedInputStream extends InputStream {
-    private final InputStream in;
+public final class SegmentedInputStream extends DecryptingInputStream {
     private final Segments segments;
     private final byte[] sealed = new byte[Segments.TEXT + Gcm.TAG];
     /** The byte behind a segment, which tells that it is not the last one; -1 if there is none. */
     private int next;
-    private final Decrypted decrypted = new Decrypted(this::openSegment);
 
     /**
      * A stream that decrypts. It reads the header of the file.
@@ -37,7 +35,7 @@ public final class SegmentedInputStream extends InputStream {
      */
     public SegmentedInputStream(@NonNull InputStream in, @NonNull WhiteboxKey key, @NonNull byte[] aad)
             throws InvalidKeyException, IOException {
-        this.in = Objects.requireNonNull(in, "in");
+        super(in);
         Gcm.requireAes(Objects.requireNonNull(key, "key"));
         Objects.requireNonNull(aad, "aad");
         byte[] header = new byte[Segments.HEADER];
@@ -49,27 +47,7 @@ public final class SegmentedInputStream extends InputStream {
     }
 
     @Override
-    public int read() throws IOException {
-        return decrypted.read();
-    }
-
-    @Override
-    public int read(@NonNull byte[] b, int off, int len) throws IOException {
-        return decrypted.read(b, off, len);
-    }
-
-    @Override
-    public int available() {
-        return decrypted.available();
-    }
-
-    @Override
-    public void close() throws IOException {
-        decrypted.close();
-        in.close();
-    }
-
-    private void openSegment(Decrypted target) throws IOException, GeneralSecurityException {
+    void decryptMore() throws IOException, GeneralSecurityException {
         int length = 0;
         if (next >= 0) {
             sealed[0] = (byte) next;
@@ -78,9 +56,9 @@ public final class SegmentedInputStream extends InputStream {
         }
         boolean last = next < 0;
         byte[] text = segments.open(length == sealed.length ? sealed : Arrays.copyOf(sealed, length), last);
-        target.put(text, text.length);
+        put(text, text.length);
         if (last) {
-            target.end();
+            end();
         }
     }
 

@@ -15,13 +15,8 @@ import java.util.Objects;
  *
  * <p>When the library refuses, an {@link IOException} has its reason as cause.
  */
-public final class SegmentedOutputStream extends OutputStream {
-    private final OutputStream out;
+public final class SegmentedOutputStream extends EncryptingOutputStream {
     private final Segments segments;
-    private final byte[] text = new byte[Segments.TEXT];
-    private int filled;
-    private boolean failed;
-    private boolean closed;
 
     /**
      * A stream that encrypts, under a fresh random nonce prefix. It writes the header of the file.
@@ -34,40 +29,16 @@ public final class SegmentedOutputStream extends OutputStream {
      */
     public SegmentedOutputStream(@NonNull OutputStream out, @NonNull WhiteboxKey key, @NonNull byte[] aad)
             throws InvalidKeyException, IOException {
-        this.out = Objects.requireNonNull(out, "out");
+        super(out, Segments.TEXT);
         Gcm.requireAes(Objects.requireNonNull(key, "key"));
         this.segments = Segments.create(key, Objects.requireNonNull(aad, "aad"));
         out.write(segments.header());
     }
 
-    @Override
-    public void write(int b) throws IOException {
-        write(new byte[] {(byte) b}, 0, 1);
-    }
-
-    @Override
-    public void write(@NonNull byte[] b, int off, int len) throws IOException {
-        Streams.checkRange(b, off, len);
-        if (closed || failed) {
-            throw new IOException(closed ? "The stream is closed."
-                    : "A write failed before, or the file was given up.");
-        }
-        for (int done = 0; done < len;) {
-            if (filled == text.length) { // full, and not the last one
-                writeSegment(text, false);
-                filled = 0;
-            }
-            int count = Math.min(text.length - filled, len - done);
-            System.arraycopy(b, off + done, text, filled, count);
-            filled += count;
-            done += count;
-        }
-    }
-
     /** Flushes the stream below. What is in an incomplete segment waits for its rest. */
     @Override
     public void flush() throws IOException {
-        out.flush();
+        super.flush();
     }
 
     /**
@@ -75,34 +46,22 @@ public final class SegmentedOutputStream extends OutputStream {
      * last segment, and every reader refuses the file.
      */
     public void abandon() {
-        failed = true;
-        Arrays.fill(text, (byte) 0);
+        giveUp();
     }
 
     /** Writes the last segment, unless a write failed before or the file was given up, and closes the stream below. */
     @Override
-    @SuppressWarnings("try") // the resource is there to be closed
     public void close() throws IOException {
-        if (closed) {
-            return;
-        }
-        closed = true;
-        try (OutputStream closedAlways = out) {
-            if (!failed) {
-                writeSegment(Arrays.copyOf(text, filled), true);
-            }
-        } finally {
-            Arrays.fill(text, (byte) 0);
-        }
+        super.close();
     }
 
-    private void writeSegment(byte[] segment, boolean last) throws IOException {
-        failed = true; // unless what follows succeeds
+    @Override
+    void encrypt(byte[] piece, int length, boolean last) throws IOException, GeneralSecurityException {
+        byte[] segment = Arrays.copyOf(piece, length);
         try {
             out.write(segments.seal(segment, last));
-        } catch (GeneralSecurityException e) {
-            throw Streams.failure(e);
+        } finally {
+            Secrets.wipe(segment);
         }
-        failed = false;
     }
 }

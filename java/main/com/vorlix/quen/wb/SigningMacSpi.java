@@ -5,7 +5,6 @@ import java.security.InvalidKeyException;
 import java.security.Key;
 import java.security.ProviderException;
 import java.security.spec.AlgorithmParameterSpec;
-import java.util.Arrays;
 import javax.crypto.MacSpi;
 
 /** HMAC-SHA256 under the signing key of a key id, over a text that is collected: the native takes it whole. */
@@ -57,7 +56,7 @@ final class SigningMacSpi extends MacSpi {
         } catch (InvalidKeyException | WbkitException e) {
             throw new ProviderException(e.getMessage(), e);
         } finally {
-            Arrays.fill(whole, (byte) 0);
+            Secrets.wipe(whole);
             text.clear();
         }
     }

@@ -20,6 +20,7 @@ final class StreamCipher {
 
     StreamCipher(WhiteboxKey key, StreamMode mode, Padding padding, boolean encrypting, byte[] iv)
             throws InvalidAlgorithmParameterException {
+        StreamEngine.checkIv(iv);
         this.engine = new StreamEngine(key, mode, encrypting, iv);
         this.padding = padding;
         this.encrypting = encrypting;
@@ -62,8 +63,12 @@ final class StreamCipher {
             return count;
         }
         byte[] decrypted = new byte[count];
-        engine.process(in, inOffset, count, decrypted, 0);
-        return exchange(decrypted, count, out, outOffset);
+        try {
+            engine.process(in, inOffset, count, decrypted, 0);
+            return exchange(decrypted, count, out, outOffset);
+        } finally {
+            Secrets.wipe(decrypted);
+        }
     }
 
     /** The bytes that so many more of input give now: {@link #outputSize} without the end. */
@@ -79,9 +84,13 @@ final class StreamCipher {
             length += count;
             return result;
         }
-        byte[] ready = new byte[updateSize(count)];
-        exchange(result, count, ready, 0);
-        return ready;
+        try {
+            byte[] ready = new byte[updateSize(count)];
+            exchange(result, count, ready, 0);
+            return ready;
+        } finally {
+            Secrets.wipe(result);
+        }
     }
 
     /** The rest of the text, after which nothing may follow. */
@@ -97,12 +106,12 @@ final class StreamCipher {
         if (length == 0 || length % BLOCK != 0) {
             throw wrongLength(length);
         }
-        return Arrays.copyOf(held, held.length - padding.countIn(held));
+        return Arrays.copyOf(held, held.length - padding.countAtEndOf(held));
     }
 
     void wipe() {
         engine.wipe();
-        Arrays.fill(held, (byte) 0);
+        Secrets.wipe(held);
     }
 
     static IllegalBlockSizeException wrongLength(long length) {
@@ -118,6 +127,7 @@ final class StreamCipher {
         System.arraycopy(decrypted, 0, out, outOffset + old, ready - old);
         byte[] rest = Arrays.copyOfRange(held, old, held.length + count - (ready - old));
         System.arraycopy(decrypted, ready - old, rest, held.length - old, count - (ready - old));
+        Secrets.wipe(held);
         held = rest;
         length += count;
         return ready;

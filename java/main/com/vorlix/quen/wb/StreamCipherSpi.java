@@ -71,6 +71,9 @@ final class StreamCipherSpi extends WhiteboxCipherSpi {
     byte[] finish(byte[] in, int inOffset, int length, int room)
             throws ShortBufferException, IllegalBlockSizeException, BadPaddingException, WbkitException {
         long most = outputSize(length);
+        if (most == 0 && !sizeIsCertain) { // no ciphertext at all, which decrypts to nothing as with other providers
+            return new byte[0];
+        }
         requireRoom(sizeIsCertain ? most : most - StreamEngine.BLOCK, room);
         // What a padding leaves is known at the end: if it may be too much, that is reached on a copy first.
         boolean trial = most > room;
@@ -86,7 +89,7 @@ final class StreamCipherSpi extends WhiteboxCipherSpi {
         }
         if (stays) {
             int size = result.length;
-            Arrays.fill(result, (byte) 0);
+            Secrets.wipe(result);
             requireRoom(size, room);
         }
         return result;
@@ -94,21 +97,20 @@ final class StreamCipherSpi extends WhiteboxCipherSpi {
 
     private static byte[] finish(StreamCipher ending, byte[] in, int inOffset, int length, int most)
             throws IllegalBlockSizeException, BadPaddingException, WbkitException {
+        byte[] text = null;
+        byte[] end = null;
+        byte[] result = null;
         try {
-            byte[] text = new byte[most];
+            text = new byte[most];
             int size = ending.update(in, inOffset, length, text, 0);
-            byte[] end = ending.finish();
+            end = ending.finish();
             System.arraycopy(end, 0, text, size, end.length);
             size += end.length;
-            Arrays.fill(end, (byte) 0);
-            if (size == most) {
-                return text;
-            }
-            byte[] result = Arrays.copyOf(text, size);
-            Arrays.fill(text, (byte) 0);
+            result = size == most ? text : Arrays.copyOf(text, size);
             return result;
         } finally {
             ending.wipe();
+            Secrets.wipe(end, result == text ? null : text);
         }
     }
 

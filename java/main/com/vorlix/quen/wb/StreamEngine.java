@@ -29,9 +29,8 @@ final class StreamEngine {
     /** For pieces that are only a part of an array. */
     private byte[] scratch;
 
-    StreamEngine(WhiteboxKey key, StreamMode mode, boolean encrypting, byte[] iv)
-            throws InvalidAlgorithmParameterException {
-        checkIv(iv);
+    /** The iv has been checked. */
+    StreamEngine(WhiteboxKey key, StreamMode mode, boolean encrypting, byte[] iv) {
         this.key = key;
         this.mode = mode;
         this.encrypting = encrypting;
@@ -64,18 +63,15 @@ final class StreamEngine {
     /** Runs over so many bytes. The arrays may be one, and the ranges in it may overlap. */
     void process(byte[] in, int inOffset, int length, byte[] out, int outOffset) throws WbkitException {
         requireUsable();
-        byte[] source = in;
-        int from = inOffset;
-        if (in == out && outOffset > inOffset && outOffset - inOffset < length) { // would be written before it is read
-            source = Arrays.copyOfRange(in, inOffset, inOffset + length);
-            from = 0;
+        if (in != out || outOffset <= inOffset || outOffset - inOffset >= length) {
+            processApart(in, inOffset, length, out, outOffset);
+            return;
         }
-        int done = finishBlock(source, from, length, out, outOffset);
-        while (done < length) {
-            int size = Math.min(PIECE, length - done);
-            byte[] piece = runNative(source, from + done, size);
-            System.arraycopy(piece, 0, out, outOffset + done, size);
-            done += size;
+        byte[] copy = Arrays.copyOfRange(in, inOffset, inOffset + length); // would be written before it is read
+        try {
+            processApart(copy, 0, length, out, outOffset);
+        } finally {
+            Secrets.wipe(copy);
         }
     }
 
@@ -85,24 +81,29 @@ final class StreamEngine {
         if (begun == 0 && length != 0) {
             return runNative(in, 0, length);
         }
-        byte[] out = new byte[length];
-        process(in, 0, length, out, 0);
-        return out;
+        return Secrets.written(length, out -> processApart(in, 0, length, out, 0));
     }
 
     /** Forgets what could help to decrypt. It cannot go on then. */
     void wipe() {
         wiped = true;
-        Arrays.fill(register, (byte) 0);
-        Arrays.fill(keystream, (byte) 0);
-        if (scratch != null) {
-            Arrays.fill(scratch, (byte) 0);
-        }
+        Secrets.wipe(register, keystream, scratch);
     }
 
     private void requireUsable() {
         if (wiped) {
             throw new IllegalStateException("This was ended and wiped. Begin again with a fresh iv.");
+        }
+    }
+
+    private void processApart(byte[] in, int inOffset, int length, byte[] out, int outOffset) throws WbkitException {
+        int done = finishBlock(in, inOffset, length, out, outOffset);
+        while (done < length) {
+            int size = Math.min(PIECE, length - done);
+            byte[] piece = runNative(in, inOffset + done, size);
+            System.arraycopy(piece, 0, out, outOffset + done, size);
+            Secrets.wipe(piece);
+            done += size;
         }
     }
 
@@ -141,9 +142,7 @@ final class StreamEngine {
             return in;
         }
         if (scratch == null || scratch.length != rounded) {
-            if (scratch != null) {
-                Arrays.fill(scratch, (byte) 0);
-            }
+            Secrets.wipe(scratch);
             scratch = new byte[rounded];
         }
         System.arraycopy(in, offset, scratch, 0, length);

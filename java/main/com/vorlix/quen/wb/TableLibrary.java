@@ -50,7 +50,8 @@ public final class TableLibrary {
     }
 
     /**
-     * Loads the table library in this file, on a desktop, so that {@link #open} finds it.
+     * Loads the table library in this file, on a desktop, so that {@link #open} finds it. Android has {@link Path}
+     * since API level 26: below, this method cannot be called, nor the methods of this class be listed by reflection.
      *
      * @param file the file, under the name that it was built with
      * @throws TableLibraryException if it is missing or cannot be loaded

@@ -11,9 +11,10 @@ import java.util.Objects;
  * <p>A failure is an {@link UnsatisfiedLinkError} whose message names the ABI, the places that were searched, the
  * missing file, and what to do. It is final: the virtual machine does not look at a class again that failed once.
  *
- * <p>An application may load the library itself with {@link System#load} or {@link System#loadLibrary}. It must have
- * done so before another thread uses a class of this package for the first time: each of the two threads could wait for
- * what the other holds.
+ * <p>These methods, and everything else of this package, may be called at any time by any thread. An application may
+ * also load the library itself, with {@link System#load} or {@link System#loadLibrary}, but it must have done so before
+ * another thread uses this package for the first time: the one holds the library and waits for the class
+ * {@link WbkitAndr}, the other holds that class and waits for the library, or does not find it.
  */
 public final class WbkitLoader {
     private static final byte[] NOTHING = {};
@@ -30,7 +31,10 @@ public final class WbkitLoader {
      */
     public static void load() {
         try {
-            Class.forName(WbkitAndr.class.getName(), true, WbkitAndr.class.getClassLoader()); // loads the library
+            // The class before the library, as for whoever begins with a native: threads that took them in the other
+            // order would wait for these, or find the class without its natives.
+            Class.forName(WbkitAndr.class.getName(), true, WbkitAndr.class.getClassLoader());
+            loadUnlessBound(); // a load hook that initialised the class may have been another library's, or have failed
         } catch (ClassNotFoundException e) {
             throw new AssertionError(e); // it is there
         } catch (LinkageError e) {
@@ -40,7 +44,8 @@ public final class WbkitLoader {
 
     /**
      * Loads the library from this file, on a desktop, if none has been loaded yet. What it needs beside it is searched
-     * in the same folder.
+     * in the same folder. Android has {@link Path} since API level 26: below, this method cannot be called, nor the
+     * methods of this class be listed by reflection.
      *
      * @param file the library
      * @throws UnsatisfiedLinkError if it cannot be loaded
@@ -53,7 +58,13 @@ public final class WbkitLoader {
 
     /** For the initialiser of the class whose methods the library binds. */
     static void loadForNatives() {
-        if (nativesAreBound() || someoneIsLoading()) {
+        if (!aLoadHookIsAsking()) {
+            loadUnlessBound();
+        }
+    }
+
+    private static void loadUnlessBound() {
+        if (nativesAreBound()) {
             return;
         }
         String file = chosenFile;
@@ -80,13 +91,17 @@ public final class WbkitLoader {
 
     /**
      * An application may load the library itself, from where it likes. Its load hook looks the class up, whose
-     * initialiser then runs before the natives are bound, and must not fail because there is no other copy.
+     * initialiser then runs before the natives are bound, and must not fail because there is no other copy. A hook has
+     * no frame of its own: the initialiser stands on the virtual machine's native that loads. Where other code stands
+     * in between, it is that of another library's hook, and uses ours.
      */
-    private static boolean someoneIsLoading() {
+    private static boolean aLoadHookIsAsking() {
+        boolean belowInitialiser = false;
         for (StackTraceElement frame : new Throwable().getStackTrace()) {
-            if (frame.getClassName().matches("java\\.lang\\.(System|Runtime)")
-                    && frame.getMethodName().startsWith("load")) {
-                return true;
+            if (frame.getClassName().equals(WbkitAndr.class.getName())) {
+                belowInitialiser = true;
+            } else if (belowInitialiser) {
+                return frame.isNativeMethod() && frame.getMethodName().matches("(nativeL|l)oad.*");
             }
         }
         return false;

@@ -11,7 +11,6 @@ import java.security.ProviderException;
 import java.security.SecureRandom;
 import java.security.spec.AlgorithmParameterSpec;
 import java.security.spec.InvalidParameterSpecException;
-import java.util.Arrays;
 import javax.crypto.BadPaddingException;
 import javax.crypto.Cipher;
 import javax.crypto.CipherSpi;
@@ -128,9 +127,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
 
     @Override
     protected final byte[] engineUpdate(byte[] in, int offset, int length) {
-        byte[] out = new byte[updateSize(length)];
-        updateOrGiveUp(in, offset, length, out, 0);
-        return out;
+        return Secrets.written(updateSize(length), out -> updateOrGiveUp(in, offset, length, out, 0));
     }
 
     @Override
@@ -149,7 +146,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
         try {
             return exchange(in, out, engineUpdate(piece, 0, piece.length));
         } finally {
-            Arrays.fill(piece, (byte) 0);
+            Secrets.wipe(piece);
         }
     }
 
@@ -168,7 +165,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
             throws ShortBufferException, IllegalBlockSizeException, BadPaddingException {
         byte[] result = finishOrGiveUp(in == null ? NOTHING : in, inOffset, length, out.length - outOffset);
         System.arraycopy(result, 0, out, outOffset, result.length);
-        Arrays.fill(result, (byte) 0);
+        Secrets.wipe(result);
         return result.length;
     }
 
@@ -179,7 +176,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
         try {
             return exchange(in, out, finishOrGiveUp(piece, 0, piece.length, out.remaining()));
         } finally {
-            Arrays.fill(piece, (byte) 0);
+            Secrets.wipe(piece);
         }
     }
 
@@ -239,7 +236,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
     private static int exchange(ByteBuffer in, ByteBuffer out, byte[] result) {
         in.position(in.limit());
         out.put(result);
-        Arrays.fill(result, (byte) 0);
+        Secrets.wipe(result);
         return result.length;
     }
 }

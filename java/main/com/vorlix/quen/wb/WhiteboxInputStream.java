@@ -5,8 +5,6 @@ import java.io.IOException;
 import java.io.InputStream;
 import java.security.GeneralSecurityException;
 import java.security.InvalidAlgorithmParameterException;
-import java.util.Arrays;
-import java.util.Objects;
 
 /**
  * Decrypts what is read in a stream mode, in constant memory. It is {@link WhiteboxKey#decrypt} in pieces, and notices
@@ -15,11 +13,9 @@ import java.util.Objects;
  * <p>When the library refuses, and when the text does not end in its padding, an {@link IOException} has the reason as
  * cause; every later read throws it again.
  */
-public final class WhiteboxInputStream extends InputStream {
-    private final InputStream in;
+public final class WhiteboxInputStream extends DecryptingInputStream {
     private final StreamCipher cipher;
     private final byte[] buffer = new byte[StreamEngine.PIECE];
-    private final Decrypted decrypted = new Decrypted(this::decryptMore);
 
     /**
      * A stream that decrypts.
@@ -33,42 +29,26 @@ public final class WhiteboxInputStream extends InputStream {
      */
     public WhiteboxInputStream(@NonNull InputStream in, @NonNull WhiteboxKey key, @NonNull StreamMode mode,
             @NonNull Padding padding, @NonNull byte[] iv) throws InvalidAlgorithmParameterException {
-        this.in = Objects.requireNonNull(in, "in");
+        super(in);
         this.cipher = StreamCipher.of(key, mode, padding, false, iv);
     }
 
     @Override
-    public int read() throws IOException {
-        return decrypted.read();
-    }
-
-    @Override
-    public int read(@NonNull byte[] b, int off, int len) throws IOException {
-        return decrypted.read(b, off, len);
-    }
-
-    @Override
-    public int available() {
-        return decrypted.available();
-    }
-
-    @Override
     public void close() throws IOException {
-        decrypted.close();
         cipher.wipe();
-        Arrays.fill(buffer, (byte) 0);
-        in.close();
+        super.close();
     }
 
-    private void decryptMore(Decrypted target) throws IOException, GeneralSecurityException {
+    @Override
+    void decryptMore() throws IOException, GeneralSecurityException {
         int count = in.read(buffer, 0, buffer.length);
         if (count < 0) {
             byte[] end = cipher.finish();
-            target.put(end, end.length);
-            target.end();
+            put(end, end.length);
+            end();
         } else {
             int size = cipher.updateSize(count);
-            target.put(cipher.update(buffer, count), size);
+            put(cipher.update(buffer, count), size);
         }
     }
 }

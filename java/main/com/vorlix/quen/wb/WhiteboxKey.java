@@ -92,6 +92,17 @@ public final class WhiteboxKey implements SecretKey {
     }
 
     /**
+     * Tells whether the key can be used no more, because the {@link Credentials} of its table library were destroyed.
+     * They hold all that there is to destroy: the key's own {@code destroy()} throws.
+     *
+     * @return whether the credentials were destroyed
+     */
+    @Override
+    public boolean isDestroyed() {
+        return access.isDestroyed();
+    }
+
+    /**
      * Encrypts in a stream mode.
      *
      * @param mode the mode
@@ -113,9 +124,11 @@ public final class WhiteboxKey implements SecretKey {
         }
         byte[] padded = Arrays.copyOf(plain, plain.length + filler.length);
         System.arraycopy(filler, 0, padded, plain.length, filler.length);
-        byte[] ciphertext = runWhole(mode, true, iv, padded);
-        Arrays.fill(padded, (byte) 0);
-        return ciphertext;
+        try {
+            return runWhole(mode, true, iv, padded);
+        } finally {
+            Secrets.wipe(padded);
+        }
     }
 
     /**
@@ -136,19 +149,7 @@ public final class WhiteboxKey implements SecretKey {
             @NonNull byte[] ciphertext) throws InvalidAlgorithmParameterException, IllegalBlockSizeException,
             BadPaddingException, WbkitException {
         requireStreamArguments(mode, padding, iv);
-        Objects.requireNonNull(ciphertext, "ciphertext");
-        int length = ciphertext.length;
-        if (padding == Padding.NONE) {
-            return runWhole(mode, false, iv, ciphertext);
-        }
-        if (length == 0 || length % StreamEngine.BLOCK != 0) {
-            throw StreamCipher.wrongLength(length);
-        }
-        byte[] padded = runWhole(mode, false, iv, ciphertext);
-        byte[] end = Arrays.copyOfRange(padded, length - StreamEngine.BLOCK, length);
-        byte[] plain = Arrays.copyOf(padded, length - padding.countIn(end));
-        Arrays.fill(padded, (byte) 0);
-        return plain;
+        return decryptChecked(mode, padding, iv, Objects.requireNonNull(ciphertext, "ciphertext"));
     }
 
     /**
@@ -269,15 +270,16 @@ public final class WhiteboxKey implements SecretKey {
     }
 
     /**
-     * Decrypts a packed {@code CMSEncryptedData} in a stream mode. A changed message is not noticed, but for its
-     * padding by chance; what it says of its cipher is not looked at.
+     * Decrypts a packed {@code CMSEncryptedData} in a stream mode, as {@link #decrypt} does with the iv, the padding
+     * and the content that stand in it. A changed message is not noticed, but for its padding by chance; what it says
+     * of its cipher is not looked at. An iv of other than 16 bytes is cut, or extended with zeros.
      *
      * @param mode the mode of the encryption
      * @param message the message
      * @return the text
-     * @throws IllegalBlockSizeException if the message has no content
-     * @throws BadPaddingException if what was decrypted does not end in the length of a padding; the padding's other
-     *     bytes are not looked at
+     * @throws IllegalBlockSizeException if the message has no content, or one that should have a padding and does not
+     *     consist of whole blocks
+     * @throws BadPaddingException if what was decrypted does not end in the padding
      * @throws WbkitException if these bytes are no such message, or the library refuses
      */
     @NonNull
@@ -285,20 +287,12 @@ public final class WhiteboxKey implements SecretKey {
             throws IllegalBlockSizeException, BadPaddingException, WbkitException {
         Objects.requireNonNull(mode, "mode");
         Objects.requireNonNull(message, "message");
-        byte[] plain = access.present(token -> algorithm.natives(mode).decryptMessage.run(token, access.caller(),
-                message, access.wbid(), idBytes, access.version()));
-        if (plain == null) {
-            Gcm.throwUnlessAdmitted(access);
-            CmsMessage fields = CmsMessage.of(message);
-            if (fields.contentLength == 0) {
-                throw new IllegalBlockSizeException("The message has no content. Take one that was made from a text.");
-            }
-            if (fields.isPadded) {
-                throw Padding.bad();
-            }
-            throw access.refusal("The decryption");
+        CmsMessage fields = CmsMessage.of(message);
+        if (fields.content.length == 0) {
+            throw new IllegalBlockSizeException("The message has no content. Take one that was made from a text.");
         }
-        return plain;
+        // Not by the native: of a padding, it looks at the length alone.
+        return decryptChecked(mode, fields.padding, fields.iv, fields.content);
     }
 
     /**
@@ -399,7 +393,7 @@ public final class WhiteboxKey implements SecretKey {
         try {
             return MessageDigest.isEqual(right, signature);
         } finally {
-            Arrays.fill(right, (byte) 0);
+            Secrets.wipe(right);
         }
     }
 
@@ -465,17 +459,35 @@ public final class WhiteboxKey implements SecretKey {
     }
 
     /** Texts of many pieces take many calls: a native holds three copies of its text. */
-    private byte[] runWhole(StreamMode mode, boolean encrypting, byte[] iv, byte[] input)
-            throws InvalidAlgorithmParameterException, WbkitException {
+    private byte[] runWhole(StreamMode mode, boolean encrypting, byte[] iv, byte[] input) throws WbkitException {
         if (input.length > 0 && input.length <= StreamEngine.PIECE) {
             Algorithm.Natives natives = algorithm.natives(mode);
             return run(encrypting ? natives.encrypt : natives.decrypt, iv, input);
         }
-        byte[] output = new byte[input.length];
         StreamEngine engine = new StreamEngine(this, mode, encrypting, iv);
-        engine.process(input, 0, input.length, output, 0);
-        engine.wipe();
-        return output;
+        try {
+            return Secrets.written(input.length, output -> engine.process(input, 0, input.length, output, 0));
+        } finally {
+            engine.wipe();
+        }
+    }
+
+    /** The arguments have been checked, but for the length. */
+    private byte[] decryptChecked(StreamMode mode, Padding padding, byte[] iv, byte[] ciphertext)
+            throws IllegalBlockSizeException, BadPaddingException, WbkitException {
+        int length = ciphertext.length;
+        if (padding == Padding.NONE) {
+            return runWhole(mode, false, iv, ciphertext);
+        }
+        if (length == 0 || length % StreamEngine.BLOCK != 0) {
+            throw StreamCipher.wrongLength(length);
+        }
+        byte[] padded = runWhole(mode, false, iv, ciphertext);
+        try {
+            return Arrays.copyOf(padded, length - padding.countAtEndOf(padded));
+        } finally {
+            Secrets.wipe(padded);
+        }
     }
 
     private static void requireStreamArguments(StreamMode mode, Padding padding, byte[] iv)

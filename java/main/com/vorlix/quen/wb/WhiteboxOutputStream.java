@@ -5,8 +5,6 @@ import java.io.IOException;
 import java.io.OutputStream;
 import java.security.GeneralSecurityException;
 import java.security.InvalidAlgorithmParameterException;
-import java.util.Arrays;
-import java.util.Objects;
 
 /**
  * Encrypts what is written in a stream mode, in constant memory, and writes the ciphertext on. It is
@@ -15,13 +13,8 @@ import java.util.Objects;
  *
  * <p>When the library refuses, an {@link IOException} has its reason as cause.
  */
-public final class WhiteboxOutputStream extends OutputStream {
-    private final OutputStream out;
+public final class WhiteboxOutputStream extends EncryptingOutputStream {
     private final StreamCipher cipher;
-    private final byte[] buffer = new byte[StreamEngine.PIECE];
-    private int buffered;
-    private boolean failed;
-    private boolean closed;
 
     /**
      * A stream that encrypts. The iv is not written: the reader gets it on another way, such as in front.
@@ -35,74 +28,37 @@ public final class WhiteboxOutputStream extends OutputStream {
      */
     public WhiteboxOutputStream(@NonNull OutputStream out, @NonNull WhiteboxKey key, @NonNull StreamMode mode,
             @NonNull Padding padding, @NonNull byte[] iv) throws InvalidAlgorithmParameterException {
-        this.out = Objects.requireNonNull(out, "out");
+        super(out, StreamEngine.PIECE);
         this.cipher = StreamCipher.of(key, mode, padding, true, iv);
     }
 
-    @Override
-    public void write(int b) throws IOException {
-        write(new byte[] {(byte) b}, 0, 1);
-    }
-
-    @Override
-    public void write(@NonNull byte[] b, int off, int len) throws IOException {
-        Streams.checkRange(b, off, len);
-        requireUsable();
-        for (int done = 0; done < len;) {
-            int count = Math.min(buffer.length - buffered, len - done);
-            System.arraycopy(b, off + done, buffer, buffered, count);
-            buffered += count;
-            done += count;
-            if (buffered == buffer.length) {
-                encryptBuffer();
-            }
-        }
-    }
-
-    /** Encrypts and writes all that was written so far. */
+    /** Encrypts and writes all that was written so far. Behind {@link #close()} it does nothing. */
     @Override
     public void flush() throws IOException {
-        requireUsable();
-        encryptBuffer();
-        out.flush();
+        encryptWaiting();
+        super.flush();
     }
 
     /** Writes the end, unless a write failed before, and closes the stream below. */
     @Override
     public void close() throws IOException {
-        if (closed) {
-            return;
-        }
-        closed = true;
-        try (OutputStream closedAlways = out) {
-            if (!failed) {
-                encryptBuffer();
-                closedAlways.write(cipher.finish());
-            }
-        } catch (GeneralSecurityException e) {
-            throw Streams.failure(e);
+        try {
+            super.close();
         } finally {
             cipher.wipe();
-            Arrays.fill(buffer, (byte) 0);
         }
     }
 
-    private void requireUsable() throws IOException {
-        if (closed || failed) {
-            throw new IOException(closed ? "The stream is closed." : "A write failed before.");
-        }
-    }
-
-    private void encryptBuffer() throws IOException {
-        boolean done = false;
+    @Override
+    void encrypt(byte[] piece, int length, boolean last) throws IOException, GeneralSecurityException {
+        byte[] ciphertext = cipher.update(piece, length);
         try {
-            out.write(cipher.update(buffer, buffered), 0, buffered);
-            buffered = 0;
-            done = true;
-        } catch (GeneralSecurityException e) {
-            throw Streams.failure(e);
+            out.write(ciphertext, 0, length);
         } finally {
-            failed = !done;
+            Secrets.wipe(ciphertext); // keystream may stand behind it
+        }
+        if (last) {
+            out.write(cipher.finish());
         }
     }
 }

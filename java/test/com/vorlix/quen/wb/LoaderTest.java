@@ -5,14 +5,10 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.io.ByteArrayOutputStream;
 import java.io.File;
-import java.io.IOException;
 import java.io.InputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -26,8 +22,13 @@ class LoaderTest {
     @TempDir
     Path folder;
 
+    /** What the load hook of another library may initialise: code that uses ours. */
+    static final class Foreign {
+        static final int BYTES = WbkitAndr.hmac(new byte[1], new byte[1]).length;
+    }
+
     /** Runs in the other virtual machine: uses the natives, after loading as is said. */
-    public static final class Probe {
+    static final class Probe {
         public static void main(String[] args) throws Exception {
             for (int attempt = 0; attempt < 2; attempt++) { // a failure is told a second time
                 try {
@@ -36,6 +37,9 @@ class LoaderTest {
                     } else if (args[0].equals("loader")) {
                         WbkitLoader.load(Paths.get(args[1]));
                     } else if (args[0].equals("nobody")) {
+                        WbkitLoader.load();
+                    } else if (args[0].equals("hook")) { // which has initialised the class without natives
+                        System.load(args[1]);
                         WbkitLoader.load();
                     }
                     System.out.println(WbkitAndr.hmac(new byte[1], new byte[1]).length + " bytes");
@@ -68,22 +72,8 @@ class LoaderTest {
         }
     }
 
-    private static String run(String libraryPath, String... args) throws IOException, InterruptedException {
-        List<String> command = new ArrayList<>(Arrays.asList(System.getProperty("java.home") + "/bin/java", "-Xmx8m",
-                "-XX:+UseSerialGC", "-Xcheck:jni", "-Djava.library.path=" + libraryPath, "-cp",
-                System.getProperty("java.class.path"), Probe.class.getName()));
-        command.addAll(Arrays.asList(args));
-        ProcessBuilder builder = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT);
-        builder.environment().put("WBKIT_LOG_LEVEL", "S");
-        Process process = builder.start();
-        ByteArrayOutputStream output = new ByteArrayOutputStream();
-        byte[] buffer = new byte[1000];
-        for (int count = process.getInputStream().read(buffer); count >= 0;) {
-            output.write(buffer, 0, count);
-            count = process.getInputStream().read(buffer);
-        }
-        assertEquals(0, process.waitFor(), output.toString());
-        return output.toString();
+    private static String run(String libraryPath, String... args) throws Exception {
+        return OtherMachine.run(Probe.class, 8, libraryPath, args);
     }
 
     @Test
@@ -95,6 +85,10 @@ class LoaderTest {
         for (String way : new String[] {"application", "loader"}) {
             assertEquals(twice, run("/nowhere", way, LIBRARY.toString()), way);
             assertEquals(twice, run(FOLDER, way, LIBRARY.toString()), way + ", with a copy that it would find");
+        }
+        for (Class<?> initialised : new Class<?>[] {Foreign.class, WbkitAndr.class}) {
+            String hook = System.getProperty("wbkit.hook." + initialised.getSimpleName());
+            assertEquals(twice, run(FOLDER, "hook", hook), hook);
         }
     }
 

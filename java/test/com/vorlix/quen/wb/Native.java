@@ -14,8 +14,6 @@ import java.util.stream.Collectors;
 /** A native that may be called, with an argument for each of its parameters that is accepted. */
 final class Native {
     static final int NO_PADDING = 0;
-    static final int PKCS5 = 1;
-    static final int ISO10126 = 2;
 
     private static final Map<String, Native> NATIVES = new TreeMap<>();
     private static final Map<String, Object> ACCEPTED = new HashMap<>();

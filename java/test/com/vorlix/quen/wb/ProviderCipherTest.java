@@ -25,8 +25,8 @@ import org.junit.jupiter.params.provider.MethodSource;
 /** What every cipher of the provider has to do, in all the ways in which texts come and go. */
 class ProviderCipherTest {
     private static final QuenProvider PROVIDER = new QuenProvider();
-    private static final TableLibrary LIBRARY = TestTables.open(TestTables.ENCODED);
-    private static final byte[] IV = TestTables.random(16, 1);
+    /** As a counter, it overflows behind its first block. */
+    private static final byte[] IV = TestTables.unhex("ffffffffffffffffffffffffffffffff");
     private static final byte[] AAD = TestTables.random(21, 2);
 
     /** A cipher with a key, in one direction. */
@@ -44,11 +44,7 @@ class ProviderCipherTest {
             this.direction = direction;
             this.gcm = name.contains("GCM");
             this.randomFiller = name.contains("ISO") && direction == Cipher.ENCRYPT_MODE;
-            try {
-                this.key = LIBRARY.key(clear.text);
-            } catch (WbkitException e) {
-                throw new AssertionError(e);
-            }
+            this.key = TestTables.key(clear);
         }
 
         AlgorithmParameterSpec parameters() {
@@ -209,10 +205,11 @@ class ProviderCipherTest {
     @ParameterizedTest
     @MethodSource("cases")
     void worksInPlace(Case each) throws Exception {
-        byte[] in = each.input(1000);
-        byte[] expected = each.output(1000);
         for (int shift : new int[] {-17, -16, -1, 0, 1, 16, 40}) {
-            byte[] array = new byte[1200];
+            int length = shift == 1 ? StreamEngine.PIECE + 300 : 1000;
+            byte[] in = each.input(length);
+            byte[] expected = each.output(length);
+            byte[] array = new byte[length + 200];
             System.arraycopy(in, 0, array, 64, in.length);
             ByteBuffer direct = ByteBuffer.allocateDirect(array.length);
             direct.put(array).position(64 + shift);

@@ -24,21 +24,12 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 /** Streams that encrypt and decrypt, and files in segments. */
 class StreamsTest {
-    private static final TableLibrary LIBRARY = TestTables.open(TestTables.ENCODED);
     private static final byte[] IV = TestTables.random(16, 1);
     private static final byte[] AAD = TestTables.bytes("name of the file");
     private static final int SEGMENT = Segments.TEXT + Gcm.TAG;
     private static final int HEADER = Segments.HEADER;
 
-    private final WhiteboxKey key = aes();
-
-    private static WhiteboxKey aes() {
-        try {
-            return LIBRARY.key("k256");
-        } catch (WbkitException e) {
-            throw new AssertionError(e);
-        }
-    }
+    private final WhiteboxKey key = TestTables.key(Key.AES_256);
 
     @ParameterizedTest
     @EnumSource(StreamMode.class)
@@ -125,6 +116,8 @@ class StreamsTest {
             assertThrows(IOException.class, () -> out.write(1));
             out.close();
             out.close();
+            out.flush(); // too late, which does no harm
+            assertThrows(IOException.class, () -> out.write(1));
             assertEquals(1, closed[0]);
         }
     }

@@ -9,8 +9,6 @@ import java.util.Random;
 /** The table libraries that the build made for the tests, with the clear values that stand in their manifests. */
 final class TestTables {
     static final byte[] WBID = bytes("jvm");
-    /** Names a table library without a whitelist; the other two admit CALLER alone. */
-    static final byte[] OPEN_WBID = bytes("open");
     static final int ENCODED = 1;
     static final int PLAIN = 2;
     static final int[] VERSIONS = {ENCODED, PLAIN};
@@ -60,6 +58,15 @@ final class TestTables {
         load();
         try {
             return TableLibrary.open("jvm", version, Credentials.fromToken(token(WBID), "com.example.jvm.tests"));
+        } catch (WbkitException e) {
+            throw new AssertionError(e);
+        }
+    }
+
+    /** The key of the table library that is encoded. */
+    static WhiteboxKey key(Key key) {
+        try {
+            return open(ENCODED).key(key.text);
         } catch (WbkitException e) {
             throw new AssertionError(e);
         }

@@ -28,27 +28,18 @@ import org.junit.jupiter.params.provider.MethodSource;
 
 /** Every operation of a key: its results against natives and clear keys, and its refusals. */
 class WhiteboxKeyTest {
-    private static final TableLibrary LIBRARY = TestTables.open(TestTables.ENCODED);
-    private static final WhiteboxKey AES = key(Key.AES_256);
-    private static final WhiteboxKey SM4 = key(Key.SM4);
+    private static final WhiteboxKey AES = TestTables.key(Key.AES_256);
+    private static final WhiteboxKey SM4 = TestTables.key(Key.SM4);
     private static final byte[] IV = TestTables.random(16, 1);
     private static final byte[] NONCE = TestTables.random(12, 2);
     private static final byte[] TEXT = TestTables.random(100, 3);
     private static final byte[] AAD = TestTables.bytes("additional data");
     private static final byte[] NONE = {};
 
-    private static WhiteboxKey key(Key key) {
-        try {
-            return LIBRARY.key(key.text);
-        } catch (WbkitException e) {
-            throw new AssertionError(e);
-        }
-    }
-
     @ParameterizedTest
     @EnumSource(Key.class)
     void streamModesAgreeWithTheNatives(Key key) throws Exception {
-        WhiteboxKey whitebox = key(key);
+        WhiteboxKey whitebox = TestTables.key(key);
         for (StreamMode mode : StreamMode.values()) {
             String prefix = "WBkit_" + whitebox.getAlgorithm() + "_" + mode + "_";
             for (Padding padding : Padding.values()) {
@@ -73,7 +64,7 @@ class WhiteboxKeyTest {
 
     @Test
     void gcmAgreesWithJavaxCrypto() throws Exception {
-        for (int length : new int[] {0, 1, 16, 1000}) {
+        for (int length : new int[] {0, 1, 16, 1 << 20}) {
             byte[] plain = TestTables.random(length, length);
             byte[] expected = ClearKey.gcmEncrypt(Key.AES_256, NONCE, AAD, plain);
             assertArrayEquals(expected, AES.seal(plain, AAD, NONCE));
@@ -87,14 +78,7 @@ class WhiteboxKeyTest {
     }
 
     @Test
-    void messagesComeBack() throws Exception {
-        for (StreamMode mode : StreamMode.values()) {
-            for (Padding padding : Padding.values()) {
-                for (WhiteboxKey key : new WhiteboxKey[] {AES, SM4}) {
-                    assertArrayEquals(TEXT, key.decryptMessage(mode, key.encryptMessage(mode, padding, TEXT, AAD)));
-                }
-            }
-        }
+    void sealedMessagesComeBack() throws Exception {
         byte[] mostAad = new byte[CmsMessage.ROOM_FOR_AAD];
         for (byte[] plain : new byte[][] {NONE, TEXT, new byte[1 << 20]}) {
             assertArrayEquals(plain, AES.openMessage(AES.sealMessage(plain, mostAad, plain)));
@@ -116,71 +100,62 @@ class WhiteboxKeyTest {
     static Stream<Arguments> refusals() throws Exception {
         byte[] sealed = AES.seal(TEXT, AAD);
         byte[] blockOfZeros = AES.encrypt(StreamMode.CTR, Padding.NONE, IV, new byte[16]);
-        byte[] wrongFiller = AES.encrypt(StreamMode.CTR, Padding.NONE, IV,
-                TestTables.unhex("00000000000000000000000000020303"));
+        byte[] badText = TestTables.unhex("00000000000000000000000000020303");
+        byte[] wrongFiller = AES.encrypt(StreamMode.CTR, Padding.NONE, IV, badText);
         byte[] message = AES.sealMessage(TEXT, AAD, NONE);
-        byte[] unpadded = AES.encryptMessage(StreamMode.CFB, Padding.NONE, TestTables.bytes("has no padding"), NONE);
+        byte[] pkcs5 = {4 << 3, 8}; // behind a message, says that it has this padding
+        byte[] badMessage = TestTables.concat(AES.encryptMessage(StreamMode.CFB, Padding.NONE, badText, NONE), pkcs5);
+        byte[] longer = TestTables.concat(AES.encryptMessage(StreamMode.CFB, Padding.NONE, TEXT, NONE), pkcs5);
         WhiteboxKey absent = new WhiteboxKey(AES.access(), Algorithm.AES, "k129");
-        WhiteboxKey unsigned = key(Key.AES_128);
+        WhiteboxKey unsigned = TestTables.key(Key.AES_128);
         return Stream.of(
-                refusal(InvalidAlgorithmParameterException.class, "15 bytes.*16",
+                refusal("InvalidAlgorithmParameter", "15 bytes.*16",
                         () -> AES.encrypt(StreamMode.CTR, Padding.NONE, new byte[15], TEXT)),
-                refusal(InvalidAlgorithmParameterException.class, "17 bytes.*16",
+                refusal("InvalidAlgorithmParameter", "17 bytes.*16",
                         () -> SM4.decrypt(StreamMode.CFB, Padding.NONE, new byte[17], TEXT)),
-                refusal(InvalidAlgorithmParameterException.class, "16 bytes.*12", () -> AES.seal(TEXT, AAD, IV)),
-                refusal(InvalidAlgorithmParameterException.class, "0 bytes.*12", () -> AES.open(sealed, AAD, NONE)),
-                refusal(IllegalBlockSizeException.class, "100 bytes",
-                        () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, TEXT)),
-                refusal(IllegalBlockSizeException.class, " 0 bytes",
-                        () -> AES.decrypt(StreamMode.OFB, Padding.ISO10126, IV, NONE)),
-                refusal(BadPaddingException.class, "",
-                        () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, blockOfZeros)),
-                refusal(BadPaddingException.class, "",
-                        () -> AES.decrypt(StreamMode.CTR, Padding.ISO10126, IV, blockOfZeros)),
-                refusal(BadPaddingException.class, "",
-                        () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, wrongFiller)),
-                refusal(AEADBadTagException.class, "", () -> AES.open(TestTables.flip(sealed, 100), AAD)),
-                refusal(AEADBadTagException.class, "", () -> AES.open(sealed, NONE)),
-                refusal(AEADBadTagException.class, "", () -> AES.open(new byte[11], AAD)),
-                refusal(AEADBadTagException.class, "", () -> AES.open(new byte[15], AAD, NONCE)),
-                refusal(AEADBadTagException.class, "", () -> key(Key.AES_192).open(sealed, AAD)),
-                refusal(InvalidKeyException.class, "SM4", () -> SM4.seal(TEXT, AAD)),
-                refusal(InvalidKeyException.class, "SM4", () -> SM4.open(sealed, AAD, NONCE)),
-                refusal(InvalidKeyException.class, "SM4", () -> SM4.sealMessage(TEXT, AAD, NONE)),
-                refusal(InvalidKeyException.class, "SM4", () -> SM4.openMessage(message)),
-                refusal(InvalidKeyException.class, "SM4", () -> SM4.sign(TEXT)),
-                refusal(UnknownKeyException.class, "signing_key", () -> unsigned.sign(TEXT)),
-                refusal(UnknownKeyException.class, "signing_key", () -> unsigned.verify(TEXT, new byte[32])),
-                refusal(IllegalBlockSizeException.class, "empty",
+                refusal("InvalidAlgorithmParameter", "16 bytes.*12", () -> AES.seal(TEXT, AAD, IV)),
+                refusal("InvalidAlgorithmParameter", "0 bytes.*12", () -> AES.open(sealed, AAD, NONE)),
+                refusal("IllegalBlockSize", "100 bytes", () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, TEXT)),
+                refusal("IllegalBlockSize", " 0 bytes", () -> AES.decrypt(StreamMode.OFB, Padding.ISO10126, IV, NONE)),
+                refusal("BadPadding", "", () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, blockOfZeros)),
+                refusal("BadPadding", "", () -> AES.decrypt(StreamMode.CTR, Padding.ISO10126, IV, blockOfZeros)),
+                refusal("BadPadding", "", () -> AES.decrypt(StreamMode.CTR, Padding.PKCS5, IV, wrongFiller)),
+                refusal("AEADBadTag", "", () -> AES.open(TestTables.flip(sealed, 100), AAD)),
+                refusal("AEADBadTag", "", () -> AES.open(sealed, NONE)),
+                refusal("AEADBadTag", "", () -> AES.open(new byte[11], AAD)),
+                refusal("AEADBadTag", "", () -> AES.open(new byte[15], AAD, NONCE)),
+                refusal("AEADBadTag", "", () -> TestTables.key(Key.AES_192).open(sealed, AAD)),
+                refusal("InvalidKey", "SM4", () -> SM4.seal(TEXT, AAD)),
+                refusal("InvalidKey", "SM4", () -> SM4.open(sealed, AAD, NONCE)),
+                refusal("InvalidKey", "SM4", () -> SM4.sealMessage(TEXT, AAD, NONE)),
+                refusal("InvalidKey", "SM4", () -> SM4.openMessage(message)),
+                refusal("InvalidKey", "SM4", () -> SM4.sign(TEXT)),
+                refusal("UnknownKey", "signing_key", () -> unsigned.sign(TEXT)),
+                refusal("UnknownKey", "signing_key", () -> unsigned.verify(TEXT, new byte[32])),
+                refusal("IllegalBlockSize", "empty",
                         () -> AES.encryptMessage(StreamMode.CTR, Padding.PKCS5, NONE, NONE)),
-                refusal(WbkitException.class, "no packed", () -> AES.decryptMessage(StreamMode.CTR, new byte[] {10})),
-                refusal(WbkitException.class, "no packed", () -> AES.openMessage(Arrays.copyOf(message, 150))),
-                refusal(IllegalBlockSizeException.class, "no content", () -> AES.decryptMessage(StreamMode.CTR, NONE)),
-                refusal(BadPaddingException.class, "",
-                        () -> AES.decryptMessage(StreamMode.CFB, replace(unpadded, " \0072", " \0102"))),
-                refusal(AEADBadTagException.class, "",
-                        () -> AES.openMessage(TestTables.flip(message, 8 * message.length - 8 * 17))),
-                refusal(WbkitException.class, "200 bytes.*at most 100",
-                        () -> AES.sealMessage(TEXT, new byte[200], NONE)),
+                refusal("Wbkit", "no packed", () -> AES.decryptMessage(StreamMode.CTR, new byte[] {10})),
+                refusal("Wbkit", "no packed", () -> AES.openMessage(Arrays.copyOf(message, 150))),
+                refusal("IllegalBlockSize", "no content", () -> AES.decryptMessage(StreamMode.CTR, NONE)),
+                refusal("BadPadding", "", () -> AES.decryptMessage(StreamMode.CFB, badMessage)),
+                refusal("IllegalBlockSize", "100 bytes", () -> AES.decryptMessage(StreamMode.CFB, longer)),
+                refusal("AEADBadTag", "", () -> AES.openMessage(TestTables.flip(message, 8 * message.length - 8 * 17))),
+                refusal("Wbkit", "200 bytes.*at most 100", () -> AES.sealMessage(TEXT, new byte[200], NONE)),
                 // packed by the native all the same
-                refusal(WbkitException.class, "VORLIX-WB", () -> absent.sealMessage(TEXT, AAD, NONE)),
-                refusal(WbkitException.class, "VORLIX-WB", () -> absent.sealMessage(NONE, NONE, NONE)));
+                refusal("Wbkit", "VORLIX-WB", () -> absent.sealMessage(TEXT, AAD, NONE)),
+                refusal("Wbkit", "VORLIX-WB", () -> absent.sealMessage(NONE, NONE, NONE)));
     }
 
-    private static Arguments refusal(Class<? extends Exception> type, String message, Executable call) {
+    private static Arguments refusal(String type, String message, Executable call) {
         return Arguments.of(type, message, call);
     }
 
     @ParameterizedTest
     @MethodSource("refusals")
-    void refuses(Class<? extends Exception> type, String message, Executable call) {
+    void refuses(String type, String message, Executable call) {
         Exception e = assertThrows(GeneralSecurityException.class, call);
-        assertEquals(type, e.getClass());
+        assertEquals(type + "Exception", e.getClass().getSimpleName());
         assertTrue(e.getMessage().matches("(?s).*" + message + ".*"), e.getMessage());
-    }
-
-    private static byte[] replace(byte[] bytes, String old, String by) throws Exception {
-        return new String(bytes, "ISO-8859-1").replace(old, by).getBytes("ISO-8859-1");
     }
 
     @Test
