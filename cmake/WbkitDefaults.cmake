@@ -20,7 +20,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}")
 
 set(WBKIT_SANITIZE "" CACHE STRING "Sanitizers for everything, as -fsanitize takes them")
 if(WBKIT_SANITIZE)
-  add_compile_options(-fsanitize=${WBKIT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  add_compile_options(-fsanitize=${WBKIT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${WBKIT_SANITIZE})
 endif()
 
