@@ -189,10 +189,11 @@ TEST_F(Natives, SkForItsAkAlone) {
     const NativeRow &row = native("get_sk");
     Arguments arguments = good_arguments(row);
     const Answer sk = row.expected(arguments);
-    arguments.arrays["ak"] = bytes_of("open and more");
+    const Bytes ak = arguments["ak"];
+    arguments.arrays["ak"] = ak + bytes_of(" and more");
     EXPECT_EQ(row(jni_, arguments), sk);
-    for (const char *wrong : {"ope", "shut", ""}) {
-        arguments.arrays["ak"] = bytes_of(wrong);
+    for (const Bytes &wrong : {Bytes(ak.begin(), ak.end() - 1), bytes_of("shut"), Bytes{}}) {
+        arguments.arrays["ak"] = wrong;
         EXPECT_EQ(row(jni_, arguments), nothing());
         EXPECT_EQ(log_.take(), (Lines{error("ERR: ak not matched."), row.failed(-1)}));
     }

@@ -59,6 +59,8 @@ struct NativeRow {
 
     // Calls the native. The test fails if it keeps an array that it has to release.
     Answer operator()(FakeJni &jni, const Arguments &arguments) const;
+    // Runs the exported function; `len` is the room in `out` and what it stores.
+    int64_t run(const Arguments &arguments, uint8_t *out, int64_t &len) const;
     // The answer that the exported function stands for. Empties the log.
     [[nodiscard]] Answer expected(const Arguments &arguments) const;
 
@@ -66,6 +68,8 @@ struct NativeRow {
     [[nodiscard]] Lines refused_call() const;
     [[nodiscard]] LogLine refused_parameters() const { return error(op + ", params is not invalid.\n"); }
     [[nodiscard]] LogLine failed(int status) const;
+    // The exported function's line for a key that cannot be used.
+    [[nodiscard]] LogLine not_loaded() const;
 
     // The calls to the virtual machine until the caller is authorised, those after it, and those in the end, but for
     // calls that concern the array named `without`.
@@ -78,8 +82,8 @@ struct NativeRow {
 const std::vector<NativeRow> &natives();
 const NativeRow &native(const std::string &op);
 
-// Arguments with which the row succeeds.
-Arguments good_arguments(const NativeRow &row);
+// Arguments with which the row succeeds; `text` is what is encrypted, or comes out of a decryption.
+Arguments good_arguments(const NativeRow &row, const Bytes &text = sample(40), size_t iv_len = 16);
 
 // A table library with the AES key "k" and the SM4 key "s", each with an encrypted key of its own.
 TableSource natives_library(const std::string &wbid);

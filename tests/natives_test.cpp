@@ -31,17 +31,6 @@ TEST_F(Natives, RefuseBadParametersBeforeAnyFetch) {
     }
 }
 
-TEST_F(Natives, ReleaseWhatTheyFetched) {
-    for (const NativeRow &row : natives()) {
-        for (const std::string &name : row.arrays()) {
-            jni_.no_elements = {name};
-            EXPECT_EQ(row(jni_, good_arguments(row)), row.refusal()) << row.op;
-            EXPECT_EQ(jni_.take_calls(), row.fetches() + row.releases(name)) << row.op;
-            EXPECT_EQ(log_.take(), row.refused_call());
-        }
-    }
-}
-
 TEST_F(Natives, RefuseCallersWithoutAuthorisation) {
     Bytes short_token = natives_token("natives");
     short_token.pop_back();
@@ -69,19 +58,6 @@ TEST_F(Natives, RefuseCallersWithoutAuthorisation) {
     }
 }
 
-// The line of the mode behind a cipher native.
-LogLine not_loaded(const NativeRow &row) {
-    if (row.is("gcm")) {
-        return error("ERR: en_aes_gcm, load Nr natives\n"); // decrypting too: intended
-    }
-    std::string mode = row.op;
-    if (row.is("cms_")) {
-        mode.erase(mode.find("cms_"), 4);
-    }
-    return error("ERR: " + mode + (mode == "en_aes_cfb" ? "" : ",") + (row.is("sm4") ? " load table" : " load Nr") +
-                 " natives\n");
-}
-
 TEST_F(Natives, SayThatAKeyIsOfNoUse) {
     const Lines unknown_lines{error("load natives 2 err. alg not matched.\n")};
     for (const NativeRow &row : natives()) {
@@ -99,38 +75,23 @@ TEST_F(Natives, SayThatAKeyIsOfNoUse) {
             if (row.op == "en_cms_aes_gcm") {
                 // A message all the same, without content and with a tag of zeros: intended.
                 EXPECT_EQ(log_.take(),
-                          load + Lines{not_loaded(row)} + load + Lines{error("FAIL: can't en/decrypt, natives\n")});
+                          load + Lines{row.not_loaded()} + load + Lines{error("FAIL: can't en/decrypt, natives\n")});
                 EXPECT_EQ(answer, Answer(pack_cms({17, 7, bad["key"], bad["aad"], Bytes(16), bad["iv"], {}}).message));
                 continue;
             }
             EXPECT_EQ(calls, row.fetches() + row.late_fetches() + row.releases()) << row.op;
             if (!row.takes("data")) {
                 EXPECT_EQ(answer, row.refusal());
-                EXPECT_EQ(log_.take(), (load + Lines{not_loaded(row), row.failed(-70)}));
+                EXPECT_EQ(log_.take(), (load + Lines{row.not_loaded(), row.failed(-70)}));
                 continue;
             }
             const Lines signing =
-                unknown
-                    ? Lines{error("ERR: get_ekeys can't find keyid\n"), error("ERR: sig, get_ekey:-4\n")}
-                    : Lines{error("ERR: de_aes_cfb, load Nr natives\n"), error("ERR: sig, decrypt key fail. 100\n")};
+                unknown ? Lines{error("ERR: get_ekeys can't find keyid\n"), error("ERR: sig, get_ekey:-4\n")}
+                        : Lines{row.not_loaded(), error("ERR: sig, decrypt key fail. 100\n")};
             const int status = unknown ? -1 : -90;
             EXPECT_EQ(answer, row.takes("sig") ? Answer(status) : row.refusal());
             EXPECT_EQ(log_.take(),
                       signing + Lines{row.takes("sig") ? error("ERR: verify fail\n") : row.failed(status)});
-        }
-    }
-}
-
-TEST_F(Natives, WithoutANewArrayReturnNull) {
-    jni_.no_new_array = true;
-    for (const NativeRow &row : natives()) {
-        if (!row.takes("sig")) {
-            const Arguments good = good_arguments(row);
-            const size_t size = std::get<0>(row.expected(good)).value().size();
-            EXPECT_EQ(row(jni_, good), row.refusal()) << row.op;
-            EXPECT_EQ(jni_.take_calls(),
-                      row.fetches() + row.late_fetches() + Words{"new " + std::to_string(size)} + row.releases());
-            EXPECT_EQ(log_.take(), Lines{});
         }
     }
 }

@@ -10,6 +10,8 @@
 #include <openssl/evp.h>
 #include <sys/stat.h>
 
+#include "support/captured_log.h"
+
 namespace test {
 
 using wbtables::Algorithm;
@@ -20,12 +22,14 @@ wbtables::SecretBytes secret(std::string_view text) {
 
 wbtables::KeySpec key_of(const std::string &id, Algorithm algorithm) {
     const Bytes value = sample(row_of(algorithm).key_len, static_cast<uint32_t>(std::hash<std::string>()(id)));
+    keep_secret(value);
     return {id, algorithm, {value.begin(), value.end()}, {}};
 }
 
 wbtables::KeySpec signing_key_of(const std::string &id, Algorithm algorithm) {
     wbtables::KeySpec key = key_of(id, algorithm);
     const Bytes signing_key = sample(32, static_cast<uint32_t>(std::hash<std::string>()(id + "signing")));
+    keep_secret(signing_key);
     key.signing_key.emplace(signing_key.begin(), signing_key.end());
     return key;
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/bytes.h"
+
 namespace test {
 
 struct LogLine {
@@ -30,5 +32,9 @@ class CapturedLog {
 };
 
 using Lines = std::vector<LogLine>;
+
+// Says that these bytes must not stand in the log. WBKIT_TEST_LOG in the environment names a file that gets every line,
+// and beside it another that gets the secrets: a test compares the two. Less than 8 bytes are too few for that.
+void keep_secret(const Bytes &secret);
 
 } // namespace test

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/faults.h"
+
 namespace test {
 
 struct FakeJni::Array {
@@ -32,7 +34,7 @@ struct FakeJni::Functions {
         FakeJni &jni = self(env);
         Array &found = array(env, handle);
         jni.calls_.push_back("elements " + found.name);
-        if (jni.no_elements.contains(found.name)) {
+        if (must_fail(jni.calls_.back())) {
             return nullptr;
         }
         EXPECT_EQ(found.elements, nullptr) << found.name << " fetched twice";
@@ -55,7 +57,7 @@ struct FakeJni::Functions {
     static jbyteArray JNICALL new_array(JNIEnv *env, jsize size) {
         FakeJni &jni = self(env);
         jni.calls_.push_back("new " + std::to_string(size));
-        return jni.no_new_array ? nullptr : jni.array("result", Bytes(static_cast<size_t>(size)));
+        return must_fail(jni.calls_.back()) ? nullptr : jni.array("result", Bytes(static_cast<size_t>(size)));
     }
 
     static void JNICALL region(JNIEnv *env, jbyteArray handle, jsize start, jsize size, const jbyte *from) {

@@ -1,11 +1,10 @@
-// A JNI environment that records every call and fails on demand.
+// A JNI environment that records every call. What can fail there asks support/faults.h.
 #pragma once
 
 #include <jni.h>
 
 #include <deque>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -34,10 +33,6 @@ class FakeJni {
 
     // Arrays whose elements are still out; taking them gives them back.
     std::vector<std::string> take_held();
-
-    // Arrays whose elements are refused, and whether new arrays are.
-    std::set<std::string> no_elements;
-    bool no_new_array = false;
 
   private:
     struct Array;

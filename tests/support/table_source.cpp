@@ -5,6 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/captured_log.h"
+
 namespace test {
 namespace {
 
@@ -42,6 +44,9 @@ TableSource &TableSource::bytes(const std::string &symbol, const Bytes &value) {
 }
 
 TableSource &TableSource::text(const std::string &symbol, const std::string &value) {
+    if (symbol == "sk" || symbol == "ak") {
+        keep_secret(bytes_of(value));
+    }
     return bytes(symbol, terminated(value));
 }
 
@@ -69,6 +74,7 @@ TableSource &TableSource::header(const std::string &wbid, int32_t version) {
 }
 
 TableSource &TableSource::aes_tables(const std::string &key_id, const Bytes &key) {
+    keep_secret(key);
     const AesTables tables = fold_aes_key(key);
     return number("Nr_" + key_id, tables.round_count)
         .bytes("Xor_" + key_id, tables.xor_table)

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/captured_log.h"
+
 namespace test {
 namespace {
 
@@ -59,7 +61,11 @@ const std::string &VectorCase::word(const std::string &field) const {
 
 Bytes VectorCase::bytes(const std::string &field) const {
     const std::string &value = word(field);
-    return value == "-" ? Bytes{} : from_hex(value);
+    Bytes bytes = value == "-" ? Bytes{} : from_hex(value);
+    if (field == "key") {
+        keep_secret(bytes);
+    }
+    return bytes;
 }
 
 std::vector<VectorCase> read_vectors(const std::string &kind) {
