@@ -33,7 +33,7 @@ run("${PROGUARD}" "@${FOLDER}/rules.pro")
 
 execute_process(
   COMMAND "${CMAKE_COMMAND}" -E env ${ENVIRONMENT} WBKIT_LOG_LEVEL=E
-          "${JAVA}" -cp "${FOLDER}/shrunk.jar" ShrunkProgram "${LIBRARY}" ${BY_NAME}
+          "${JAVA}" -cp "${FOLDER}/shrunk.jar" ShrunkProgram "${LIBRARY}" "${TABLES}" ${BY_NAME}
   OUTPUT_VARIABLE output ERROR_VARIABLE log RESULT_VARIABLE status)
 if(RULES STREQUAL "ours")
   if(NOT status EQUAL 0)

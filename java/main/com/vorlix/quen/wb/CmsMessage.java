@@ -20,6 +20,9 @@ final class CmsMessage {
     private static final int IV = 6;
     private static final int TAG = 8;
     private static final int CONTENT = 9;
+    /** The most bytes that numbers may have: those of a field and of a length, and others. */
+    private static final int SHORT = 5;
+    private static final int LONG = 10;
     /** In a message, a padding is this number plus that by which the natives know it. */
     private static final int NO_PADDING = 7;
 
@@ -49,17 +52,20 @@ final class CmsMessage {
      */
     static boolean endsWithoutContent(byte[] message) {
         int bits = 0;
-        for (int i = message.length - Gcm.TAG; i < message.length; i++) {
+        for (int i = Math.max(0, message.length - Gcm.TAG); i < message.length; i++) {
             bits |= message[i];
         }
-        return bits == 0;
+        return bits == 0 && message.length >= Gcm.TAG;
     }
 
     private void readField() throws WbkitException {
-        long tag = readVarint();
+        if ((message[position] & 0xf8) == 0) { // field 0, as far as a tag of one byte goes
+            throw noMessage();
+        }
+        long tag = readVarint(SHORT);
         int type = (int) (tag & 7);
         long number = tag >>> 3;
-        long value = type == VARINT || type == BYTES ? readVarint() : 0;
+        long value = type == VARINT ? readVarint(LONG) : type == BYTES ? readVarint(SHORT) : 0;
         long length = type == BYTES ? value : type < SIZES.length ? SIZES[type] : -1;
         boolean otherType = number > 0 && number < TYPES.length && type != TYPES[(int) number];
         boolean tooLong = length > message.length - position || (number == TAG && length > Gcm.TAG);
@@ -90,9 +96,9 @@ final class CmsMessage {
         return Padding.NONE;
     }
 
-    private long readVarint() throws WbkitException {
+    private long readVarint(int mostBytes) throws WbkitException {
         long value = 0;
-        for (int shift = 0; shift < 64 && position < message.length; shift += 7) {
+        for (int shift = 0; shift < 7 * mostBytes && position < message.length; shift += 7) {
             byte next = message[position++];
             value |= (next & 0x7fL) << shift;
             if (next >= 0) {

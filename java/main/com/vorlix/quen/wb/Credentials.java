@@ -14,7 +14,7 @@ import javax.security.auth.Destroyable;
  *
  * <p>Any thread may use it. What was opened with it works until {@link #destroy()}, which wipes all of its secrets.
  */
-public final class Credentials implements Destroyable {
+public final class Credentials implements Destroyable { // of javax.security.auth, which every Android has
     /** The bytes of a token, an HMAC-SHA256. */
     private static final int TOKEN_SIZE = 32;
 

@@ -6,7 +6,8 @@ import java.io.InputStream;
 import java.security.GeneralSecurityException;
 import java.util.Objects;
 
-/** Gives out what is decrypted piece by piece. A failure comes again at every later read. */
+/** Gives out what is decrypted piece by piece. A failure, also of the stream below, comes again at every
+ * later read. */
 abstract class DecryptingInputStream extends InputStream {
     final InputStream in;
 
@@ -38,6 +39,11 @@ abstract class DecryptingInputStream extends InputStream {
     @Override
     public int read() throws IOException {
         return isAtEnd() ? -1 : text[position++] & 0xff;
+    }
+
+    @Override
+    public int read(@NonNull byte[] b) throws IOException { // older platforms do not name what is null
+        return read(Objects.requireNonNull(b, "b"), 0, b.length);
     }
 
     @Override

@@ -32,6 +32,11 @@ abstract class EncryptingOutputStream extends OutputStream {
     }
 
     @Override
+    public void write(@NonNull byte[] b) throws IOException { // older platforms do not name what is null
+        write(Objects.requireNonNull(b, "b"), 0, b.length);
+    }
+
+    @Override
     public void write(@NonNull byte[] b, int off, int len) throws IOException {
         Streams.checkRange(b, off, len);
         requireOpen();

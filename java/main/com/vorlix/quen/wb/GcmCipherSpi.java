@@ -1,5 +1,6 @@
 package com.vorlix.quen.wb;
 
+import java.nio.Buffer;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
 import java.security.InvalidAlgorithmParameterException;
@@ -33,6 +34,11 @@ final class GcmCipherSpi extends WhiteboxCipherSpi {
 
     GcmCipherSpi() {
         super(Algorithm.AES, GCMParameterSpec.class);
+    }
+
+    @Override
+    boolean accept(Padding padding) {
+        return padding == Padding.NONE;
     }
 
     @Override
@@ -79,7 +85,7 @@ final class GcmCipherSpi extends WhiteboxCipherSpi {
         byte[] bytes = new byte[data.remaining()];
         data.duplicate().get(bytes);
         engineUpdateAAD(bytes, 0, bytes.length);
-        data.position(data.limit());
+        ((Buffer) data).position(data.limit()); // which Java 8 and every Android have
     }
 
     @Override

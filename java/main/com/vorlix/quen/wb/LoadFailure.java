@@ -18,7 +18,7 @@ enum LoadFailure {
             + " -Wl,-z,max-page-size=16384."),
     SYMBOL("undefined symbol: (\\S+)|cannot locate symbol \"([^\"]+)\"",
             "The system lacks a function that the library needs. Use a newer system, or build for this one."),
-    NOT_A_LIBRARY("invalid ELF header|bad ELF magic|file too short|too small to be an ELF|file data",
+    NOT_A_LIBRARY("invalid ELF header|bad ELF|section header|file too short|too small to be an ELF|file data",
             "The file is damaged or is no library. Copy it again."),
     SHRUNK("NoSuchMethodError|NoClassDefFoundError|ClassNotFoundException|JNI_ERR",
             "The library does not find the natives that it binds. Tell the shrinker to keep"
@@ -38,10 +38,17 @@ enum LoadFailure {
         this.advice = advice;
     }
 
-    static LoadFailure of(LinkageError error) {
+    /**
+     * Finds the reason.
+     *
+     * @param file what was to be loaded, a path or a bare name
+     */
+    static LoadFailure of(LinkageError error, String file) {
         for (LoadFailure failure : values()) {
             if (failure.pattern.matcher(error.toString()).find()) {
-                return failure;
+                // Some loaders say the same of the file itself.
+                boolean itself = failure == MISSING_DEPENDENCY && fileName(failure.named(error)).equals(fileName(file));
+                return itself ? MISSING : failure;
             }
         }
         return OTHER;
@@ -54,23 +61,28 @@ enum LoadFailure {
      * @param method what an application calls to load the file from elsewhere
      */
     static String describe(LinkageError error, String file, String method) {
-        LoadFailure failure = of(error);
+        LoadFailure failure = of(error, file);
         boolean bareName = file.indexOf(File.separatorChar) < 0;
-        String missing = failure.missingFile(error, file);
         return file + " could not be loaded. ABI: " + abi() + " (os.arch " + System.getProperty("os.arch") + "). "
-                + (missing == null ? "" : "Missing: " + missing + ". ")
+                + failure.missing(error, file)
                 + "Searched: " + (bareName ? searchedPlaces() : "that path alone") + ". "
                 + String.format(failure.advice, method) + " The loader said: " + error;
     }
 
-    private String missingFile(LinkageError error, String file) {
+    private String missing(LinkageError error, String file) {
+        return this == SYMBOL ? "Missing function: " + named(error) + ". "
+                : this == MISSING_DEPENDENCY ? "Missing: " + named(error) + ". "
+                : this == MISSING ? "Missing: " + file + ". " : "";
+    }
+
+    /** What the loader named, in one of the two groups that the pattern has. */
+    private String named(LinkageError error) {
         Matcher matcher = pattern.matcher(error.toString());
-        for (int group = 1; matcher.find(0) && group <= matcher.groupCount(); group++) {
-            if ((this == MISSING_DEPENDENCY || this == SYMBOL) && matcher.group(group) != null) {
-                return matcher.group(group);
-            }
-        }
-        return this == MISSING ? file : null;
+        return !matcher.find() ? "" : matcher.group(1) != null ? matcher.group(1) : matcher.group(2);
+    }
+
+    private static String fileName(String path) {
+        return new File(path).getName();
     }
 
     /** Android's name for the instruction set that this process runs. */

@@ -77,6 +77,11 @@ public enum Padding {
         return ordinal();
     }
 
+    /** Its name in the transformations of {@code javax.crypto}. */
+    final String standardName() {
+        return (this == NONE ? "No" : name()) + "Padding";
+    }
+
     private static int lastByteOf(byte[] text) throws BadPaddingException {
         int count = text[text.length - 1] & 0xff;
         if (count == 0 || count > StreamEngine.BLOCK) {

@@ -1,7 +1,10 @@
 package com.vorlix.quen.wb;
 
 import java.security.Provider;
-import java.util.Collections;
+import java.util.HashMap;
+import java.util.Locale;
+import java.util.Map;
+import java.util.StringJoiner;
 
 /**
  * White-box keys for code that is written against {@code javax.crypto}: the provider "QuenWB".
@@ -43,19 +46,30 @@ public final class QuenProvider extends Provider {
         super(NAME, 0.1, "White-box AES and SM4, and signatures, under keys of table libraries");
         for (Algorithm algorithm : Algorithm.values()) {
             for (StreamMode mode : StreamMode.values()) {
-                for (Padding padding : Padding.values()) {
-                    add("Cipher", algorithm + "/" + mode + "/" + (padding == Padding.NONE ? "No" : padding) + "Padding",
-                            StreamCipherSpi.class, () -> new StreamCipherSpi(this, algorithm, mode, padding));
-                }
+                addCipher(algorithm + "/" + mode, StreamCipherSpi.class,
+                        () -> new StreamCipherSpi(this, algorithm, mode), Padding.values());
             }
         }
-        add("Cipher", "AES/GCM/NoPadding", GcmCipherSpi.class, GcmCipherSpi::new);
-        add("Mac", "HmacSHA256", SigningMacSpi.class, SigningMacSpi::new);
-        add("AlgorithmParameters", "SM4", Sm4ParametersSpi.class, Sm4ParametersSpi::new);
+        addCipher("AES/GCM", GcmCipherSpi.class, GcmCipherSpi::new, Padding.NONE);
+        add("Mac", "HmacSHA256", SigningMacSpi.class, SigningMacSpi::new, new HashMap<>());
+        add("AlgorithmParameters", "SM4", Sm4ParametersSpi.class, Sm4ParametersSpi::new, new HashMap<>());
     }
 
-    private void add(String type, String algorithm, Class<?> implementation, Maker maker) {
-        putService(new Row(this, type, algorithm, implementation, maker));
+    /** Without the paddings in its name: so whoever asks for another is told that it is the padding that is missing. */
+    private void addCipher(String name, Class<?> implementation, Maker maker, Padding... paddings) {
+        StringJoiner names = new StringJoiner("|");
+        for (Padding padding : paddings) {
+            names.add(padding.standardName().toUpperCase(Locale.ROOT)); // a pattern for names in upper case
+        }
+        Map<String, String> attributes = new HashMap<>();
+        attributes.put("SupportedPaddings", names.toString());
+        add("Cipher", name, implementation, maker, attributes);
+    }
+
+    private void add(String type, String algorithm, Class<?> implementation, Maker maker,
+            Map<String, String> attributes) {
+        attributes.put("SupportedKeyClasses", WhiteboxKey.class.getName());
+        putService(new Row(this, type, algorithm, implementation, maker, attributes));
     }
 
     /** Makes the implementation of a service. */
@@ -67,9 +81,9 @@ public final class QuenProvider extends Provider {
     private static final class Row extends Service {
         private final Maker maker;
 
-        Row(Provider provider, String type, String algorithm, Class<?> implementation, Maker maker) {
-            super(provider, type, algorithm, implementation.getName(), null,
-                    Collections.singletonMap("SupportedKeyClasses", WhiteboxKey.class.getName()));
+        Row(Provider provider, String type, String algorithm, Class<?> implementation, Maker maker,
+                Map<String, String> attributes) {
+            super(provider, type, algorithm, implementation.getName(), null, attributes);
             this.maker = maker;
         }
 

@@ -16,7 +16,7 @@ import java.util.Objects;
  *
  * <p>A changed, cut or extended file, a wrong key and wrong additional data are an {@link IOException} whose cause is
  * an {@link javax.crypto.AEADBadTagException}; another refusal of the library is its cause likewise. Every later read
- * throws it again.
+ * throws it again, and likewise a failure of the stream below.
  */
 public final class SegmentedInputStream extends DecryptingInputStream {
     private final Segments segments;

@@ -11,7 +11,8 @@ import java.util.Objects;
 /**
  * Encrypts and authenticates what is written with AES-GCM, in segments and in constant memory, for files of up to 512
  * GiB. {@link #close()} writes the last segment: without it the file counts as cut off. A text that cannot be written
- * to its end must not be closed like a whole one: {@link #abandon()} it first. One thread at a time.
+ * to its end, for whatever reason, must not be closed like a whole one: {@link #abandon()} it first. One thread at a
+ * time.
  *
  * <p>When the library refuses, an {@link IOException} has its reason as cause.
  */
@@ -42,8 +43,8 @@ public final class SegmentedOutputStream extends EncryptingOutputStream {
     }
 
     /**
-     * Gives the file up, for instance because its text could not be read to its end: {@link #close()} then writes no
-     * last segment, and every reader refuses the file.
+     * Gives the file up, after whatever failure kept its text from being written to the end: {@link #close()} then
+     * writes no last segment, and every reader refuses the file.
      */
     public void abandon() {
         giveUp();

@@ -15,6 +15,8 @@ final class StreamCipher {
     private final boolean encrypting;
     private final boolean unpadding;
     private long length;
+    /** A call failed: the state may have moved on without its text. */
+    private boolean broken;
     /** The end of what was decrypted: its last block, or less as long as it is incomplete. It may be padding. */
     private byte[] held = {};
 
@@ -33,6 +35,7 @@ final class StreamCipher {
         this.encrypting = other.encrypting;
         this.unpadding = other.unpadding;
         this.length = other.length;
+        this.broken = other.broken;
         this.held = other.held.clone();
     }
 
@@ -57,11 +60,19 @@ final class StreamCipher {
 
     /** Returns how many bytes were written. The arrays may be one, and the ranges in it may overlap. */
     int update(byte[] in, int inOffset, int count, byte[] out, int outOffset) throws WbkitException {
-        if (!unpadding) {
+        begin();
+        int ready = count;
+        if (unpadding) {
+            ready = decrypt(in, inOffset, count, out, outOffset);
+        } else {
             length += count;
             engine.process(in, inOffset, count, out, outOffset);
-            return count;
         }
+        broken = false;
+        return ready;
+    }
+
+    private int decrypt(byte[] in, int inOffset, int count, byte[] out, int outOffset) throws WbkitException {
         byte[] decrypted = new byte[count];
         try {
             engine.process(in, inOffset, count, decrypted, 0);
@@ -79,22 +90,39 @@ final class StreamCipher {
 
     /** An update of at most a piece. The array begins with as many bytes as {@link #updateSize} says. */
     byte[] update(byte[] in, int count) throws WbkitException {
+        begin();
         byte[] result = engine.process(in, count);
+        byte[] ready = result;
         if (!unpadding) {
             length += count;
-            return result;
+        } else {
+            try {
+                ready = new byte[updateSize(count)];
+                exchange(result, count, ready, 0);
+            } finally {
+                Secrets.wipe(result);
+            }
         }
-        try {
-            byte[] ready = new byte[updateSize(count)];
-            exchange(result, count, ready, 0);
-            return ready;
-        } finally {
-            Secrets.wipe(result);
+        broken = false;
+        return ready;
+    }
+
+    /** Throws after a failure. Until the caller has succeeded, it counts as having failed. */
+    private void begin() {
+        requireUsable();
+        broken = true;
+    }
+
+    void requireUsable() {
+        if (broken) {
+            throw new IllegalStateException("This failed before, in the middle of its text. Begin again: call init, or"
+                    + " make a new stream.");
         }
     }
 
     /** The rest of the text, after which nothing may follow. */
     byte[] finish() throws WbkitException, BadPaddingException, IllegalBlockSizeException {
+        requireUsable();
         if (encrypting) {
             byte[] filler = padding.after(length);
             engine.process(filler, 0, filler.length, filler, 0);

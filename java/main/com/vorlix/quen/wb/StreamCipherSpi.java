@@ -12,24 +12,29 @@ import javax.crypto.IllegalBlockSizeException;
 import javax.crypto.ShortBufferException;
 import javax.crypto.spec.IvParameterSpec;
 
-/** A stream mode of a cipher with a padding. */
+/** A stream mode of a cipher, with any padding. */
 final class StreamCipherSpi extends WhiteboxCipherSpi {
     private final Provider provider;
     private final Algorithm algorithm;
     private final StreamMode mode;
-    private final Padding padding;
+    private Padding padding = Padding.NONE;
     private byte[] iv;
     private boolean sizeIsCertain;
     /** As the initialisation left it. */
     private StreamCipher initial;
     private StreamCipher cipher;
 
-    StreamCipherSpi(Provider provider, Algorithm algorithm, StreamMode mode, Padding padding) {
+    StreamCipherSpi(Provider provider, Algorithm algorithm, StreamMode mode) {
         super(algorithm, IvParameterSpec.class);
         this.provider = provider;
         this.algorithm = algorithm;
         this.mode = mode;
-        this.padding = padding;
+    }
+
+    @Override
+    boolean accept(Padding chosen) {
+        padding = chosen;
+        return true;
     }
 
     @Override
@@ -70,6 +75,7 @@ final class StreamCipherSpi extends WhiteboxCipherSpi {
     @Override
     byte[] finish(byte[] in, int inOffset, int length, int room)
             throws ShortBufferException, IllegalBlockSizeException, BadPaddingException, WbkitException {
+        cipher.requireUsable();
         long most = outputSize(length);
         if (most == 0 && !sizeIsCertain) { // no ciphertext at all, which decrypts to nothing as with other providers
             return new byte[0];

@@ -1,22 +1,21 @@
 package com.vorlix.quen.wb;
 
+import java.io.BufferedInputStream;
 import java.io.BufferedReader;
-import java.io.DataInputStream;
 import java.io.File;
 import java.io.FileInputStream;
 import java.io.IOException;
+import java.io.InputStream;
 import java.io.InputStreamReader;
 import java.nio.charset.StandardCharsets;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
-import java.util.regex.Matcher;
-import java.util.regex.Pattern;
 
 /** The table libraries as files: loads them, and tells what is wrong with one that the natives refuse. */
 final class TableFiles {
     private static final String LOAD = "TableLibrary.load(Path)";
-    /** A table library has its own name in it, under which the loader knows it whatever its file is called. */
-    private static final Pattern OWN_NAME = Pattern.compile("libwb_tables_[!-.0-~]+?_-?[0-9]+\\.so(?=\0)");
+    /** The bytes of a name that the natives take, at most. */
+    private static final int LONGEST_NAME = 199;
     private static final Map<String, File> LOADED = new ConcurrentHashMap<>();
 
     private TableFiles() {}
@@ -35,7 +34,7 @@ final class TableFiles {
         try {
             System.load(file.getAbsolutePath());
         } catch (UnsatisfiedLinkError e) {
-            if (LoadFailure.of(e) != LoadFailure.OTHER_LOADER) { // in the process it is, which is all that matters
+            if (LoadFailure.of(e, file.getPath()) != LoadFailure.OTHER_LOADER) { // else it is in the process: enough
                 throw new TableLibraryException(LoadFailure.describe(e, file.getAbsolutePath(), LOAD), e);
             }
         }
@@ -48,7 +47,7 @@ final class TableFiles {
             System.loadLibrary(name.libraryName());
             return null;
         } catch (UnsatisfiedLinkError e) {
-            return LoadFailure.of(e) == LoadFailure.OTHER_LOADER ? null : e;
+            return LoadFailure.of(e, name.fileName()) == LoadFailure.OTHER_LOADER ? null : e;
         }
     }
 
@@ -89,22 +88,36 @@ final class TableFiles {
         return null;
     }
 
-    /** The name that the file's contents have; the expected one if they have it or none. */
+    /**
+     * The name that the file's contents have; the expected one if they have it or none. A table library has its own
+     * name in it, as a text between zeros, under which the loader knows it whatever its file is called.
+     */
     private static String ownName(File file, String expected) {
-        byte[] contents = new byte[(int) Math.min(file.length(), 64 << 20)];
-        try (DataInputStream in = new DataInputStream(new FileInputStream(file))) {
-            in.readFully(contents);
+        String found = expected;
+        try (InputStream in = new BufferedInputStream(new FileInputStream(file), 64 << 10)) {
+            byte[] text = new byte[LONGEST_NAME + 1]; // full: a text that is too long
+            for (int length = nextText(in, text); length >= 0; length = nextText(in, text)) {
+                String name = new String(text, 0, length, StandardCharsets.UTF_8);
+                if (name.equals(expected)) {
+                    return expected;
+                }
+                found = length <= LONGEST_NAME && TableName.ofFile(name) != null ? name : found;
+            }
         } catch (IOException e) {
             return expected;
         }
-        Matcher names = OWN_NAME.matcher(new String(contents, StandardCharsets.ISO_8859_1));
-        String found = null;
-        while (names.find()) {
-            if (names.group().equals(expected)) {
-                return expected;
+        return found;
+    }
+
+    /** Reads up to the next zero. Returns how much of the text is in the array; below zero if there is no other. */
+    private static int nextText(InputStream in, byte[] text) throws IOException {
+        int length = 0;
+        int next = in.read();
+        for (; next > 0; next = in.read()) {
+            if (length < text.length) {
+                text[length++] = (byte) next;
             }
-            found = names.group();
         }
-        return found == null ? expected : found;
+        return next < 0 ? -1 : length;
     }
 }

@@ -1,13 +1,17 @@
 package com.vorlix.quen.wb;
 
+import androidx.annotation.NonNull;
+import androidx.annotation.Nullable;
+
 /**
  * The natives of {@code libquen-wbkit.so}: white-box AES and SM4 in CFB, OFB and CTR mode, AES-GCM, ciphertexts in CMS
  * messages, a signature, and what an application needs to be let in.
  *
  * <p>The first use of the class loads the library, which binds every method below, unless the application has done so
- * by {@link System#load}, {@link System#loadLibrary} or {@link WbkitLoader}. Table libraries that are not where the
- * platform searches are loaded in the same way, so that they are found by their names. The library refuses to load if
- * this class lacks one of its methods: whatever shrinks an application or renames its classes leaves this one as it is.
+ * by {@link System#load}, {@link System#loadLibrary} or {@link WbkitLoader}. Where the load hook of another library may
+ * have used the class before, call {@link WbkitLoader#load()} first. Table libraries that are not where the platform
+ * searches are loaded in the same way, so that they are found by their names. The library refuses to load if this class
+ * lacks one of its methods: whatever shrinks an application or renames its classes leaves this one as it is.
  *
  * <p>These conventions hold for every method:
  * <ul>
@@ -73,8 +77,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_AES_CFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an AES key in CFB mode.
@@ -89,8 +94,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_AES_CFB_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an AES key in OFB mode.
@@ -105,8 +111,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_AES_OFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_OFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an AES key in OFB mode.
@@ -121,8 +128,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_AES_OFB_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_OFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an AES key in CTR mode.
@@ -137,8 +145,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_AES_CTR_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CTR_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an AES key in CTR mode.
@@ -153,8 +162,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_AES_CTR_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CTR_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an SM4 key in CFB mode.
@@ -169,8 +179,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_SM4_CFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an SM4 key in CFB mode.
@@ -185,8 +196,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_SM4_CFB_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an SM4 key in OFB mode.
@@ -203,8 +215,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_SM4_OFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_OFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an SM4 key in OFB mode.
@@ -219,8 +232,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_SM4_OFB_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_OFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an SM4 key in CTR mode.
@@ -235,8 +249,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext, or null on failure
      */
-    public static native byte[] WBkit_SM4_CTR_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CTR_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an SM4 key in CTR mode.
@@ -251,8 +266,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] WBkit_SM4_CTR_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, int padding,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CTR_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, int padding, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts and authenticates with an AES key in GCM.
@@ -267,8 +283,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the ciphertext followed by the 16-byte tag, or null on failure
      */
-    public static native byte[] WBkit_AES_GCM_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, byte[] aad,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_GCM_encrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, @NonNull byte[] aad, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts with an AES key in GCM what has not been changed.
@@ -283,8 +300,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the decrypted text, or null on failure, as for a wrong tag
      */
-    public static native byte[] WBkit_AES_GCM_decrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input, byte[] aad,
-            byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_GCM_decrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] iv,
+            @NonNull byte[] input, @NonNull byte[] aad, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Encrypts with an AES key in CFB mode and packs the ciphertext into a CMS message.
@@ -300,8 +318,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_AES_CMS_CFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_CFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -313,7 +333,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#aesCfbDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_AES_CMS_CFB_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_CFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts with an AES key in OFB mode and packs the ciphertext into a CMS message.
@@ -329,8 +351,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_AES_CMS_OFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_OFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -342,7 +366,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#aesOfbDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_AES_CMS_OFB_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_OFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts with an AES key in CTR mode and packs the ciphertext into a CMS message.
@@ -358,8 +384,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_AES_CMS_CTR_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_CTR_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -371,7 +399,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#aesCtrDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_AES_CMS_CTR_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_CTR_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts with an SM4 key in CFB mode and packs the ciphertext into a CMS message.
@@ -387,8 +417,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_SM4_CMS_CFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_CFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -400,7 +432,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#sm4CfbDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_SM4_CMS_CFB_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_CFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts with an SM4 key in OFB mode and packs the ciphertext into a CMS message.
@@ -416,8 +450,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_SM4_CMS_OFB_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_OFB_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -429,7 +465,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#sm4OfbDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_SM4_CMS_OFB_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_OFB_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts with an SM4 key in CTR mode and packs the ciphertext into a CMS message.
@@ -445,8 +483,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on failure
      */
-    public static native byte[] WBkit_SM4_CMS_CTR_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            int padding, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_CTR_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, int padding, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -458,7 +498,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#sm4CtrDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_SM4_CMS_CTR_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_SM4_CMS_CTR_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Encrypts and authenticates with an AES key in GCM and packs the ciphertext into a CMS message.
@@ -479,8 +521,10 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the packed message, or null on any other failure
      */
-    public static native byte[] WBkit_AES_CMS_GCM_encrypt(byte[] hash, byte[] caller, byte[] iv, byte[] input,
-            byte[] aad, byte[] key, byte[] wbid, byte[] keyid, int version);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_GCM_encrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] iv, @NonNull byte[] input, @NonNull byte[] aad, @NonNull byte[] key, @NonNull byte[] wbid,
+            @NonNull byte[] keyid, int version);
 
     /**
      * Must not be called: see the class.
@@ -492,7 +536,9 @@ public final class WbkitAndr {
      * @deprecated Call {@link WbkitCms#aesGcmDecrypt}.
      */
     @Deprecated
-    public static native byte[] WBkit_AES_CMS_GCM_decrypt(byte[] hash, byte[] caller, byte[] message);
+    @Nullable
+    public static native byte[] WBkit_AES_CMS_GCM_decrypt(@NonNull byte[] hash, @NonNull byte[] caller,
+            @NonNull byte[] message);
 
     /**
      * Returns the key ids of a table library as one text, SM4 ids first, a comma after each one.
@@ -503,7 +549,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the key ids, or null on failure
      */
-    public static native byte[] getKeyids(byte[] hash, byte[] caller, byte[] wbid, int version);
+    @Nullable
+    public static native byte[] getKeyids(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] wbid,
+            int version);
 
     /**
      * Returns the whitelist of a table library: the names that may call.
@@ -514,7 +562,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the whitelist, or null on failure, as for a table library without one
      */
-    public static native byte[] getWhitelist(byte[] hash, byte[] caller, byte[] wbid, int version);
+    @Nullable
+    public static native byte[] getWhitelist(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] wbid,
+            int version);
 
     /**
      * Returns the application id of a table library.
@@ -525,7 +575,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the application id, or null on failure
      */
-    public static native byte[] getAppid(byte[] hash, byte[] caller, byte[] wbid, int version);
+    @Nullable
+    public static native byte[] getAppid(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] wbid,
+            int version);
 
     /**
      * Signs with HMAC-SHA256 under the signing key that the table library keeps, encrypted, for an AES key id.
@@ -538,8 +590,9 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the 32-byte signature, or null on failure, as for a key id without a signing key
      */
-    public static native byte[] signature(byte[] hash, byte[] caller, byte[] data, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] signature(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] data,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Checks a signature. Only 0 means that it is right.
@@ -554,8 +607,8 @@ public final class WbkitAndr {
      * @return 0 if {@code sig} is the signature of {@code data}, otherwise a number that is not 0; -1 also if the
      *     call was refused or {@code sig} does not have 32 bytes
      */
-    public static native int verify(byte[] hash, byte[] caller, byte[] sig, byte[] data, byte[] wbid, byte[] keyid,
-            int version);
+    public static native int verify(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] sig,
+            @NonNull byte[] data, @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Returns the secret key {@code sk} of a table library, in return for its access key. It needs no token: it is how
@@ -566,7 +619,8 @@ public final class WbkitAndr {
      * @param version the table library's version
      * @return the {@code sk} text, or null on failure
      */
-    public static native byte[] getSk(byte[] ak, byte[] wbid, int version);
+    @Nullable
+    public static native byte[] getSk(@NonNull byte[] ak, @NonNull byte[] wbid, int version);
 
     /**
      * Computes HMAC-SHA256. It needs no token.
@@ -575,5 +629,6 @@ public final class WbkitAndr {
      * @param key the key, of any length
      * @return the 32-byte code, 32 zero bytes if memory for the computation ran out, or null if an argument is null
      */
-    public static native byte[] hmac(byte[] message, byte[] key);
+    @Nullable
+    public static native byte[] hmac(@NonNull byte[] message, @NonNull byte[] key);
 }

@@ -1,5 +1,8 @@
 package com.vorlix.quen.wb;
 
+import androidx.annotation.NonNull;
+import androidx.annotation.Nullable;
+
 /**
  * The decryption of CMS messages that the CMS encryptions of {@link WbkitAndr} made, or anybody else: packed
  * {@code CMSEncryptedData} with a ciphertext and its iv, padding mode, additional data and tag.
@@ -32,8 +35,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] aesCfbDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] aesCfbDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an AES key in OFB mode.
@@ -46,8 +50,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] aesOfbDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] aesOfbDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an AES key in CTR mode.
@@ -60,8 +65,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] aesCtrDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] aesCtrDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an AES key in GCM, if it has not been changed.
@@ -74,8 +80,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text, or null on failure, as for a wrong tag
      */
-    public static native byte[] aesGcmDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] aesGcmDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an SM4 key in CFB mode.
@@ -88,8 +95,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] sm4CfbDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] sm4CfbDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an SM4 key in OFB mode.
@@ -102,8 +110,9 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] sm4OfbDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] sm4OfbDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 
     /**
      * Decrypts a message with an SM4 key in CTR mode.
@@ -116,6 +125,7 @@ public final class WbkitCms {
      * @param version the table library's version
      * @return the decrypted text without its padding, or null on failure
      */
-    public static native byte[] sm4CtrDecrypt(byte[] hash, byte[] caller, byte[] message, byte[] wbid, byte[] keyid,
-            int version);
+    @Nullable
+    public static native byte[] sm4CtrDecrypt(@NonNull byte[] hash, @NonNull byte[] caller, @NonNull byte[] message,
+            @NonNull byte[] wbid, @NonNull byte[] keyid, int version);
 }

@@ -9,12 +9,14 @@ import java.util.Objects;
  * {@code java.library.path}: the first use of a class of this package loads it from there.
  *
  * <p>A failure is an {@link UnsatisfiedLinkError} whose message names the ABI, the places that were searched, the
- * missing file, and what to do. It is final: the virtual machine does not look at a class again that failed once.
+ * missing file, and what to do. It is final, unless the load hook of another library had initialised {@link WbkitAndr}:
+ * the virtual machine does not look at a class again that failed once. After such a hook that class is there without
+ * its natives, so whoever calls those directly calls {@link #load()} first.
  *
- * <p>These methods, and everything else of this package, may be called at any time by any thread. An application may
- * also load the library itself, with {@link System#load} or {@link System#loadLibrary}, but it must have done so before
- * another thread uses this package for the first time: the one holds the library and waits for the class
- * {@link WbkitAndr}, the other holds that class and waits for the library, or does not find it.
+ * <p>These methods, and the natives, may be called at any time by any thread. An application may also load the library
+ * itself, with {@link System#load} or {@link System#loadLibrary}, but it must have done so before another thread uses
+ * this package for the first time: the one holds the library and waits for the class {@link WbkitAndr}, the other holds
+ * that class and waits for the library, or does not find it.
  */
 public final class WbkitLoader {
     private static final byte[] NOTHING = {};

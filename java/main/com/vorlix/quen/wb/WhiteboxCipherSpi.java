@@ -1,5 +1,6 @@
 package com.vorlix.quen.wb;
 
+import java.nio.Buffer;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
 import java.security.GeneralSecurityException;
@@ -30,6 +31,9 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
         this.algorithm = algorithm;
         this.specType = specType;
     }
+
+    /** Takes a padding, if the mode goes with it. */
+    abstract boolean accept(Padding padding);
 
     /** Parameters for an encryption that was given none. */
     abstract AlgorithmParameterSpec freshSpec(SecureRandom random);
@@ -197,15 +201,20 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
                 + " the security property crypto.policy to unlimited.");
     }
 
-    /** The services are registered under their full names, in which the mode stands. */
+    /** The services are registered under names in which the mode stands. */
     @Override
     protected final void engineSetMode(String mode) throws NoSuchAlgorithmException {
         throw new NoSuchAlgorithmException("The mode cannot be changed to " + mode + ".");
     }
 
     @Override
-    protected final void engineSetPadding(String padding) throws NoSuchPaddingException {
-        throw new NoSuchPaddingException("The padding cannot be changed to " + padding + ".");
+    protected final void engineSetPadding(String name) throws NoSuchPaddingException {
+        for (Padding padding : Padding.values()) {
+            if (padding.standardName().equalsIgnoreCase(name) && accept(padding)) {
+                return;
+            }
+        }
+        throw new NoSuchPaddingException("This mode has no padding " + name + ".");
     }
 
     private void updateOrGiveUp(byte[] in, int inOffset, int length, byte[] out, int outOffset) {
@@ -234,7 +243,7 @@ abstract class WhiteboxCipherSpi extends CipherSpi {
 
     /** Leaves both buffers as after a success. */
     private static int exchange(ByteBuffer in, ByteBuffer out, byte[] result) {
-        in.position(in.limit());
+        ((Buffer) in).position(in.limit()); // which Java 8 and every Android have
         out.put(result);
         Secrets.wipe(result);
         return result.length;

@@ -11,7 +11,8 @@ import java.security.InvalidAlgorithmParameterException;
  * a changed ciphertext as little. One thread at a time.
  *
  * <p>When the library refuses, and when the text does not end in its padding, an {@link IOException} has the reason as
- * cause; every later read throws it again.
+ * cause. Every later read throws it again, and likewise a failure of the stream below: what is missing cannot be read
+ * over.
  */
 public final class WhiteboxInputStream extends DecryptingInputStream {
     private final StreamCipher cipher;

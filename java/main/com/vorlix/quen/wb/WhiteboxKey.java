@@ -15,6 +15,7 @@ import javax.crypto.AEADBadTagException;
 import javax.crypto.BadPaddingException;
 import javax.crypto.IllegalBlockSizeException;
 import javax.crypto.SecretKey;
+import javax.security.auth.DestroyFailedException;
 
 /**
  * A key of a table library: where it is, not what it is. It has no encoded form and cannot be serialised. Any thread
@@ -93,13 +94,24 @@ public final class WhiteboxKey implements SecretKey {
 
     /**
      * Tells whether the key can be used no more, because the {@link Credentials} of its table library were destroyed.
-     * They hold all that there is to destroy: the key's own {@code destroy()} throws.
+     * They hold all that there is to destroy.
      *
      * @return whether the credentials were destroyed
      */
     @Override
     public boolean isDestroyed() {
         return access.isDestroyed();
+    }
+
+    /**
+     * Refuses: the key holds nothing of its own, and others may use its {@link Credentials}.
+     *
+     * @throws DestroyFailedException always
+     */
+    @Override
+    public void destroy() throws DestroyFailedException { // below API level 24, Android's interface has none
+        throw new DestroyFailedException(this + " has nothing of its own to destroy. Destroy the Credentials that its"
+                + " table library was opened with.");
     }
 
     /**

@@ -131,13 +131,18 @@ class LoaderTest {
         "dlopen failed: \"/data/libx.so\" has unexpected e_machine: 40 (EM_ARM)|OTHER_ABI|another ABI",
         "dlopen failed: \"/data/libx.so\" program alignment (4096) cannot be smaller than system page size (16384)"
             + "|PAGE_SIZE|max-page-size=16384",
-        "dlopen failed: cannot locate symbol \"getrandom\" referenced by \"/data/libx.so\"|SYMBOL|Missing: getrandom. ",
+        "dlopen failed: cannot locate symbol \"getrandom\" referenced by \"/data/libx.so\"|SYMBOL"
+            + "|Missing function: getrandom. ",
+        "dlopen failed: library \"libx.so\" not found|MISSING|Missing: libx.so. ",
+        "libx.so: cannot open shared object file: No such file or directory|MISSING|Missing: libx.so. ",
+        "dlopen failed: \"/data/libx.so\" .dynamic section header was not found|NOT_A_LIBRARY|damaged",
+        "dlopen failed: \"/data/libx.so\" has bad ELF magic: 00000000|NOT_A_LIBRARY|damaged",
         "Shared library \"/data/libx.so\" already opened by ClassLoader 0x1|OTHER_LOADER|class loader",
         "JNI_ERR returned from JNI_OnLoad in \"/data/libx.so\"|SHRUNK|shrinker",
         "anything else|OTHER|The loader said: java.lang.UnsatisfiedLinkError: anything else"})
     void messagesOfOtherLoadersAreUnderstood(String said, LoadFailure failure, String told) {
         UnsatisfiedLinkError error = new UnsatisfiedLinkError(said);
-        assertEquals(failure, LoadFailure.of(error));
+        assertEquals(failure, LoadFailure.of(error, "libx.so"));
         String message = LoadFailure.describe(error, "libx.so", "load(Path)");
         assertTrue(message.contains(told) && message.contains("ABI: ") && message.contains("Searched: "), message);
     }

@@ -103,7 +103,8 @@ class QuenProviderTest {
         return Stream.of(
                 refusal("NoSuchAlgorithm", "", () -> Cipher.getInstance("AES/CBC/NoPadding", PROVIDER)),
                 refusal("NoSuchAlgorithm", "", () -> Cipher.getInstance("AES", PROVIDER)),
-                refusal("NoSuchAlgorithm", "", () -> Cipher.getInstance("AES/CTR/OAEPPadding", PROVIDER)),
+                refusal("NoSuchPadding", "OAEPPadding", () -> Cipher.getInstance("AES/CTR/OAEPPadding", PROVIDER)),
+                refusal("NoSuchPadding", "PKCS5", () -> Cipher.getInstance("AES/GCM/PKCS5Padding", PROVIDER)),
                 refusal("NoSuchAlgorithm", "", () -> Cipher.getInstance("SM4/GCM/NoPadding", PROVIDER)),
                 refusal("InvalidKey", "SecretKeySpec.*TableLibrary",
                         () -> cipher("AES/CTR/NoPadding", ENCRYPT, CLEAR, IV)),
@@ -229,6 +230,29 @@ class QuenProviderTest {
             assertThrows(Exception.class, () -> cipher.doFinal(bad));
             assertThrows(Exception.class, () -> cipher.doFinal(bad, 0, bad.length, new byte[97]), "by way of a copy");
             assertArrayEquals(TEXT, cipher.doFinal(ciphertext));
+        }
+    }
+
+    /** Fails in the middle of a text, and in a way that goes by. */
+    @Test
+    void anInterruptedTextIsNotGoneOnWith() throws Exception {
+        Credentials credentials = Credentials.fromToken(TestTables.token(TestTables.WBID), "com.example.jvm.tests");
+        byte[] token = credentials.tokenFor(TableName.of("jvm", 1));
+        WhiteboxKey key = TableLibrary.open("jvm", 1, credentials).key("k256");
+        for (String padding : new String[] {"NoPadding", "PKCS5Padding"}) {
+            for (int direction : new int[] {ENCRYPT, DECRYPT}) {
+                for (int before : new int[] {0, 5}) {
+                    Cipher cipher = cipher("AES/CTR/" + padding, direction, key, IV);
+                    cipher.update(TEXT, 0, before);
+                    token[0] ^= 1;
+                    assertThrows(ProviderException.class, () -> cipher.update(TEXT));
+                    token[0] ^= 1;
+                    assertThrows(IllegalStateException.class, () -> cipher.update(TEXT));
+                    assertThrows(IllegalStateException.class, () -> cipher.doFinal());
+                    cipher.init(ENCRYPT, key, IV);
+                    assertArrayEquals(ctr(ENCRYPT, padding).doFinal(TEXT), cipher.doFinal(TEXT));
+                }
+            }
         }
     }
 

@@ -144,11 +144,29 @@ class StreamsTest {
         assertThrows(IOException.class, in::read);
 
         ByteArrayOutputStream sink = new ByteArrayOutputStream();
-        try (SegmentedOutputStream out = new SegmentedOutputStream(sink, key, AAD)) {
-            out.write(new byte[Segments.TEXT + 100]);
-            out.abandon();
-            assertThrows(IOException.class, () -> out.write(1));
-        }
+        InputStream source = new ByteArrayInputStream(new byte[Segments.TEXT + 100]) {
+            @Override
+            public synchronized int read(byte[] b, int off, int len) {
+                if (pos == count) { // no IOException
+                    throw new IllegalStateException("for a test");
+                }
+                return super.read(b, off, len);
+            }
+        };
+        assertThrows(IllegalStateException.class, () -> {
+            try (SegmentedOutputStream out = new SegmentedOutputStream(sink, key, AAD)) {
+                boolean whole = false;
+                try { // as docs/segmented-files.md tells
+                    copy(source, out, 1000, Integer.MAX_VALUE);
+                    whole = true;
+                } finally {
+                    if (!whole) {
+                        out.abandon();
+                        assertThrows(IOException.class, () -> out.write(1));
+                    }
+                }
+            }
+        });
         assertThrows(IOException.class, () -> read(open(sink.toByteArray()), 1000));
     }
 

@@ -19,6 +19,7 @@ import java.util.stream.Stream;
 import javax.crypto.AEADBadTagException;
 import javax.crypto.BadPaddingException;
 import javax.crypto.IllegalBlockSizeException;
+import javax.security.auth.DestroyFailedException;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -164,6 +165,8 @@ class WhiteboxKeyTest {
         assertEquals("SM4", SM4.getAlgorithm());
         assertNull(AES.getEncoded());
         assertNull(AES.getFormat());
+        assertTrue(assertThrows(DestroyFailedException.class, AES::destroy).getMessage().contains("Credentials"));
+        assertEquals(WhiteboxKey.class, WhiteboxKey.class.getMethod("destroy").getDeclaringClass());
         assertEquals("AES key k256 of libwb_tables_jvm_1.so", AES.toString());
         assertThrows(NotSerializableException.class,
                 () -> new ObjectOutputStream(new ByteArrayOutputStream()).writeObject(AES));
