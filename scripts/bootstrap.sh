@@ -28,6 +28,7 @@ shell:    zsh
 audit:    chromium
 format:   clang-format-14
 lint:     clang-tidy-14
+fuzz:     libclang-rt-dev
 '
 bench_packages='
 bench:    libbenchmark-dev
@@ -52,7 +53,7 @@ headers:  android-libnativehelper-dev
 strip:    llvm
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='openssl clang-format-14 clang-tidy-14 proguard'
+test_commands='openssl clang++ clang-format-14 clang-tidy-14 proguard'
 
 # A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {

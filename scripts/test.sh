@@ -30,10 +30,10 @@ ctest --preset release
 passed="tests"
 
 if [ "$quick" = no ]; then
-  for check in format tidy sanitizers; do
-    step "Check: $check"
-    "$root/scripts/check-$check.sh"
-    passed="$passed, $check"
+  for check in check-format check-tidy fuzz check-sanitizers; do
+    step "Check: ${check#check-}"
+    "$root/scripts/$check.sh"
+    passed="$passed, ${check#check-}"
   done
 fi
 
