@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "builder/files/work_folder.h"
 #include "builder/library.h"
-#include "builder/object/work_folder.h"
 
 namespace bench {
 namespace {

@@ -1,8 +1,6 @@
 # What holds for every target: language level, warnings, where results land.
 
-include(TestBigEndian)
-test_big_endian(WBKIT_BIG_ENDIAN)
-if(WBKIT_BIG_ENDIAN)
+if(CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
   message(FATAL_ERROR "quen-wbkit needs a little-endian machine: table libraries hold little-endian words.")
 endif()
 

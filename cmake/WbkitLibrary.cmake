@@ -115,10 +115,13 @@ target_include_directories(wbkit_objects
   PUBLIC "${PROJECT_SOURCE_DIR}/include" "${WBKIT_GENERATED_DIR}")
 target_include_directories(wbkit_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS} ${WBKIT_PROTOBUF_C_INCLUDE_DIRS})
 target_compile_options(wbkit_objects PRIVATE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics> ${WBKIT_CFI_OPTIONS})
 set_target_properties(wbkit_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 target_link_libraries(wbkit_objects PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
+if(WBKIT_CFI)
+  target_link_options(wbkit_objects INTERFACE ${WBKIT_CFI_LINK_OPTIONS})
+endif()
 # The generator knows nothing of visibility marks nor of our warnings.
 set_source_files_properties("${WBKIT_GENERATED_DIR}/quen/cms.pb-c.c" PROPERTIES
   COMPILE_OPTIONS "-fvisibility=default;-w")
@@ -135,18 +138,21 @@ set_target_properties(wbkit_unforced PROPERTIES POSITION_INDEPENDENT_CODE ON CXX
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 # Segments for pages of 16 KiB, and what becomes read-only after relocation ends on such a page: a loader that protects
 # whole pages would protect the data behind it too, or leave the rest open.
-set(WBKIT_PAGE_OPTIONS -Wl,-z,max-page-size=16384 -Wl,-z,common-page-size=16384)
+set(WBKIT_SHARED_OPTIONS -Wl,-z,max-page-size=16384 -Wl,-z,common-page-size=16384)
 
 if(ANDROID)
   set(wbkit_log log)
 else()
+  # The start files would only call constructors and destructors, of which there are none. Not all of them are built for
+  # CET or BTI, and the linker marks a library for those if every object is.
+  list(APPEND WBKIT_SHARED_OPTIONS -nostartfiles)
   # Android's log function on a machine without Android. A library of its own, so that a program which defines the
   # function gets the lines instead.
   set(wbkit_log wbkit-log)
   add_library(wbkit-log SHARED support/hostlog/hostlog.cpp)
   target_compile_options(wbkit-log PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
   set_target_properties(wbkit-log PROPERTIES LINKER_LANGUAGE C CXX_VISIBILITY_PRESET hidden)
-  target_link_options(wbkit-log PRIVATE ${WBKIT_PAGE_OPTIONS})
+  target_link_options(wbkit-log PRIVATE ${WBKIT_SHARED_OPTIONS})
   target_link_libraries(wbkit-log PRIVATE $<BUILD_INTERFACE:wbkit_warnings>)
 endif()
 
@@ -161,8 +167,8 @@ function(wbkit_add_shared_object name forced_kernels)
     LINKER_LANGUAGE C
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
   target_link_options(${name} PRIVATE
-    -Wl,-Bsymbolic -Wl,--no-undefined -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--hash-style=both -Wl,--gc-sections
-    ${WBKIT_PAGE_OPTIONS}
+    -Wl,-Bsymbolic -Wl,--no-undefined -Wl,--hash-style=both -Wl,--gc-sections
+    ${WBKIT_SHARED_OPTIONS} ${WBKIT_CFI_LINK_OPTIONS}
     "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
   target_link_libraries(${name} PRIVATE wbkit_protobuf_c ${CMAKE_DL_LIBS} ${wbkit_log})
   if(ANDROID)

@@ -18,8 +18,9 @@ class CounterBlock {
     CounterBlock(CounterBlock &&) = delete;
     CounterBlock &operator=(CounterBlock &&) = delete;
 
-    // Writes this and the following counter blocks, and goes on behind them.
-    void write(uint8_t *out, size_t blocks) {
+    // Writes this and the following counter blocks, and goes on behind them. Not inlined, so that a counter for which
+    // there are not enough registers is kept below the caller's frame, on the stack that callers wipe.
+    [[gnu::noinline]] void write(uint8_t *out, size_t blocks) {
         for (size_t i = 0; i < blocks; ++i) {
             store_be64(out + i * kBlockSize, high_);
             store_be64(out + i * kBlockSize + 8, low_);

@@ -3,7 +3,7 @@
 # looks whether the commands are there.
 #
 #   scripts/bootstrap.sh run    what building and running takes
-#   scripts/bootstrap.sh test   that, and what the tests and checks take
+#   scripts/bootstrap.sh test   that, and what benchmarks, tests and checks take
 #   scripts/bootstrap.sh bench  what building, running and the benchmarks take
 #   scripts/bootstrap.sh cross  what building, testing under emulation and estimating for ARM64 takes
 #   scripts/bootstrap.sh cross-armhf, cross-i386   what building and testing the library for 32 bits takes
@@ -27,8 +27,9 @@ memory:   valgrind
 shell:    zsh
 audit:    chromium
 format:   clang-format-14
-lint:     clang-tidy-14
+lint:     clang-tidy-14 cppcheck
 fuzz:     libclang-rt-dev
+coverage: gcovr
 '
 bench_packages='
 bench:    libbenchmark-dev
@@ -53,7 +54,7 @@ headers:  android-libnativehelper-dev
 strip:    llvm
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='openssl clang++ clang-format-14 clang-tidy-14 proguard'
+test_commands='openssl clang++ clang-format-14 clang-tidy-14 cppcheck gcovr proguard'
 
 # A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {
@@ -136,7 +137,7 @@ use_commands() {
 
 case ${1-} in
   run) groups=$run_packages commands=$run_commands ;;
-  test) groups=$run_packages$test_packages commands="$run_commands $test_commands" ;;
+  test) groups=$run_packages$test_packages$bench_packages commands="$run_commands $test_commands" ;;
   bench) groups=$run_packages$bench_packages commands="$run_commands taskset" ;;
   cross) groups=$run_packages$cross_packages commands="$run_commands aarch64-linux-gnu-g++ qemu-aarch64" ;;
   cross-armhf) groups=$run_packages$cross_armhf_packages commands="$run_commands arm-linux-gnueabihf-g++ qemu-arm" ;;

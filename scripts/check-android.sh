@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the android-* presets where there is no NDK, and checks the results with check-elf.sh. A stand-in takes the
+# Builds the android-* presets where there is no NDK, and checks the results with check-binary.sh. A stand-in takes the
 # NDK's place: clang for Android's targets, Android's jni.h and log.h, a host's C headers, and for libraries nothing but
 # the names in cmake/android-api-21.txt. It shows that sources, presets and link options fit together; what comes out is
 # not for phones.
@@ -55,5 +55,5 @@ for abi in "$@"; do
   step "$abi"
   make_stubs "$target" "$standin/stubs/$abi"
   ANDROID_NDK_HOME=$standin configure_and_build "android-$abi" --fresh "-DWBKIT_PROTOBUF_C=$protobuf_c"
-  "$root/scripts/check-elf.sh" --stubs "$standin/stubs/$abi" "$root/build/android-$abi/libquen-wbkit.so"
+  "$root/scripts/check-binary.sh" --stubs "$standin/stubs/$abi" "$root/build/android-$abi/libquen-wbkit.so"
 done

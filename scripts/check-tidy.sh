@@ -7,11 +7,11 @@ command -v clang-tidy-14 >/dev/null || fail "clang-tidy-14 is missing; scripts/b
 
 configure_and_build release
 
-# Generated sources stand under build/; tests are held to the compilers' warnings alone.
+# Generated sources stand under build/; tests and benchmarks are held to the compilers' warnings alone.
 files=()
 while IFS= read -r file; do
   case $file in
-    "$root"/build/* | "$root"/tests/*) ;;
+    "$root"/build/* | "$root"/tests/* | "$root"/bench/*) ;;
     *) files+=("$file") ;;
   esac
 done < <(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/release/compile_commands.json | sort -u)

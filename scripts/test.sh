@@ -25,12 +25,12 @@ step "Packages"
 "$root/scripts/bootstrap.sh" test
 
 step "Build and tests"
-configure_and_build release -DWBKIT_BUILD_TESTS=ON
+configure_and_build release -DWBKIT_BUILD_TESTS=ON -DWBKIT_BUILD_BENCH=ON
 ctest --preset release
 passed="tests"
 
 if [ "$quick" = no ]; then
-  for check in check-format check-tidy fuzz check-sanitizers; do
+  for check in check-format check-cppcheck check-tidy fuzz check-sanitizers; do
     step "Check: ${check#check-}"
     "$root/scripts/$check.sh"
     passed="$passed, ${check#check-}"

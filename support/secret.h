@@ -11,9 +11,10 @@ void wipe(void *data, size_t size);
 
 // Overwrites the piece of the stack on which the functions that were just called worked: what their compiler put there
 // that has no name to wipe it by. Called by their caller, into which they must not be inlined. They take at most `size`
-// bytes, which depends on the compiler and its options: a test compares the stacks that operations leave.
+// bytes, which depends on the compiler and its options: a test compares the stacks that operations leave. A stack
+// protector's word above `stack`, and what aligns it, would not be overwritten.
 template <size_t size = 512>
-[[gnu::noinline]] void wipe_stack() {
+__attribute__((noinline, no_stack_protector)) void wipe_stack() {
 #ifdef __OPTIMIZE__
     uint8_t stack[size];
 #else

@@ -423,6 +423,10 @@ TEST_F(Gcm, CreateTagRefusals) {
         }
         EXPECT_EQ(tag, Bytes(16, 0xee));
     }
+    // SM4's looks at pointers too, as its CTR does.
+    for (const auto &[j0, out] : {std::pair<const uint8_t *, uint8_t *>(nullptr, tag.data()), {in.data(), nullptr}}) {
+        EXPECT_EQ(sm4_gcm_create_tag("", in.data(), 16, in.data(), 16, in.data(), j0, out, "good", "s", 1), -2);
+    }
 }
 
 } // namespace

@@ -53,7 +53,7 @@ struct Value {
             bash = row->bash;
             zsh = row->zsh;
         }
-        name = name.substr(0, name.find(":{"));
+        name.resize(std::min(name.find(":{"), name.size()));
     }
 
     std::string name;
