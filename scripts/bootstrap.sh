@@ -23,6 +23,7 @@ tables:   clang lld
 test_packages='
 tests:    libgtest-dev libgmock-dev junit5 openssl proguard-cli android-libnativehelper-dev
 linkers:  binutils-aarch64-linux-gnu binutils-arm-linux-gnueabihf binutils-i686-linux-gnu
+strip:    llvm
 memory:   valgrind
 shell:    zsh
 audit:    chromium

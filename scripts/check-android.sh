@@ -2,7 +2,7 @@
 # Builds the android-* presets where there is no NDK, and checks the results with check-binary.sh. A stand-in takes the
 # NDK's place: clang for Android's targets, Android's jni.h and log.h, a host's C headers, and for libraries nothing but
 # the names in cmake/android-api-21.txt. It shows that sources, presets and link options fit together; what comes out is
-# not for phones.
+# not for phones. It is packed all the same, into build/ndk-stand-in, because sizes have limits.
 #
 #   scripts/check-android.sh [ABI...]     default: all four
 #
@@ -26,7 +26,7 @@ step "Packages"
 "$root/scripts/bootstrap.sh" android
 
 standin=$root/build/ndk-stand-in
-rm -rf -- "$standin"
+rm -rf -- "$standin"/{build,include,packed} # not the stubs, which belong to the builds of each ABI
 mkdir -p -- "$standin/build/cmake" "$standin/include"
 ln -s /usr/include/android/android "$standin/include/android"
 ln -s /usr/include/android/nativehelper/jni.h "$standin/include/jni.h"
@@ -44,6 +44,15 @@ make_stubs() {
   done
 }
 
+# at_most LIMIT WHAT FILE: fails if the file has more bytes.
+at_most() {
+  local bytes
+  bytes=$(wc -c <"$3")
+  echo "$2: $bytes bytes, of at most $1"
+  ((bytes <= $1)) || fail "$2 is too large"
+}
+
+pack=()
 for abi in "$@"; do
   case $abi in
     arm64-v8a) target=aarch64-linux-android21 ;;
@@ -52,8 +61,30 @@ for abi in "$@"; do
     x86) target=i686-linux-android21 ;;
     *) fail "unknown ABI: $abi" ;;
   esac
+  pack+=(--abi-dir "$abi=$root/build/android-$abi")
   step "$abi"
   make_stubs "$target" "$standin/stubs/$abi"
   ANDROID_NDK_HOME=$standin configure_and_build "android-$abi" --fresh "-DWBKIT_PROTOBUF_C=$protobuf_c"
   "$root/scripts/check-binary.sh" --stubs "$standin/stubs/$abi" "$root/build/android-$abi/libquen-wbkit.so"
 done
+
+step "AAR"
+classes=$root/build/classes
+logged "$root/build/classes.log" cmake --preset release -B "$classes" \
+  -DWBKIT_BUILD_TESTS=OFF -DWBKIT_BUILD_TOOL=OFF
+logged "$root/build/classes.log" cmake --build "$classes" --target wbkit-jar
+"$root/scripts/package-aar.sh" --try-out "${pack[@]}" --jar "$classes/wbkit.jar" --output "$standin"
+packed=$standin/packed
+mkdir -- "$packed"
+(cd -- "$packed" && jar --extract --file "$standin"/quen-wbkit-*.aar)
+
+step "Sizes"
+at_most 100000 "classes" "$packed/classes.jar"
+for abi in "$@"; do
+  library=$packed/jni/$abi/libquen-wbkit.so
+  case $abi in
+    arm64-v8a) at_most $((160 * 1024)) "$abi, stripped" "$library" ;;
+    *) echo "$abi, stripped: $(wc -c <"$library") bytes" ;;
+  esac
+done
+[ $# -lt 4 ] || at_most 700000 "AAR of four ABIs" "$(echo "$standin"/quen-wbkit-*.aar)"

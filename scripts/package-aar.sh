@@ -7,7 +7,8 @@
 #   --abi-dir ABI=DIR   the build folder of an ABI; without it, every build/android-ABI that is there
 #   --jar FILE          the classes; default: build/release/wbkit.jar
 #   --output DIR        where both archives go; default: build
-#   --try-out           let libraries in that were built for another system than Android
+#   --try-out           let libraries in that are not for phones: built for another system than Android, or with the
+#                       stand-in of check-android.sh
 #
 # OBJCOPY in the environment names the program that strips; the default is the NDK's llvm-objcopy (ANDROID_NDK_HOME),
 # then llvm-objcopy.
@@ -36,15 +37,24 @@ archive() {
   (cd -- "$2" && jar --create --no-manifest --date=2020-01-01T00:00:00Z --file "$1" "@$work/entries")
 }
 
+# cached NAME DIR: the value of a variable of that build, nothing if it has none.
+cached() {
+  [ ! -r "$2/CMakeCache.txt" ] || sed -n "s/^$1:[A-Z]*=//p" "$2/CMakeCache.txt"
+}
+
 add_library() {
-  local abi=$1 dir=$2 library=$2/libquen-wbkit.so machine prefab
+  local abi=$1 dir=$2 library=$2/libquen-wbkit.so machine prefab stand_in
   [ -n "${machines[$abi]-}" ] || fail "unknown ABI: $abi; there are ${!machines[*]}"
   [ -r "$library" ] || fail "$library: not there; build it first"
   machine=$("$readelf" -hW "$library" | sed -n 's/^ *Machine: *//p')
   [ "$machine" = "${machines[$abi]}" ] || fail "$library is for $machine, not for $abi"
-  "$root/scripts/check-elf.sh" "$library"
-  [ "$try_out" = yes ] || ! "$readelf" -dW "$library" | grep 'libc\.so\.6' >/dev/null ||
-    fail "$library was not built for Android; see --try-out"
+  stand_in=$(cached WBKIT_NDK_STAND_IN "$dir")
+  if [ "$try_out" = no ]; then
+    [ -z "$stand_in" ] || fail "$library was built with a stand-in for the NDK; see --try-out"
+    [[ $("$readelf" -dW "$library") != *libc.so.6* ]] ||
+      fail "$library was not built for Android; see --try-out"
+  fi
+  "$root/scripts/check-elf.sh" ${stand_in:+--stubs "$stand_in"} "$library"
 
   prefab=$work/aar/prefab/modules/quen-wbkit/libs/android.$abi
   mkdir -p -- "$work/aar/jni/$abi" "$prefab" "$work/symbols/$abi"
@@ -60,7 +70,7 @@ add_headers() {
   local include=$work/aar/prefab/modules/quen-wbkit/include protobuf_c
   mkdir -p -- "$include/quen" "$include/protobuf-c"
   cp -- "$root"/include/quen/*.h "$1/generated/quen/cms.pb-c.h" "$include/quen"
-  protobuf_c=$(sed -n 's/^WBKIT_PROTOBUF_C:[A-Z]*=//p' "$1/CMakeCache.txt")
+  protobuf_c=$(cached WBKIT_PROTOBUF_C "$1")
   case $protobuf_c in
     fetch) protobuf_c=$1/_deps/wbkit_protobuf_c_release-src ;;
     system) protobuf_c=$(pkg-config --variable=includedir libprotobuf-c) ;;
@@ -113,4 +123,4 @@ cp -- "$jar" "$work/aar/classes.jar"
 
 archive "$output/quen-wbkit-$version.aar" "$work/aar"
 archive "$output/quen-wbkit-$version-symbols.zip" "$work/symbols"
-wc -c -- "$output/quen-wbkit-$version.aar" "$output/quen-wbkit-$version-symbols.zip" | head -n 2
+wc -c -- "$output/quen-wbkit-$version.aar" "$output/quen-wbkit-$version-symbols.zip" | sed '$d' # without the sum

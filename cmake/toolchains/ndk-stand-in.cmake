@@ -38,5 +38,7 @@ set(base "-g -ffunction-sections -fdata-sections -fstack-protector-strong ${arch
 set(c_headers "-isystem ${host}/include -isystem ${headers} -isystem ${headers}/${gnu}")
 set(CMAKE_C_FLAGS_INIT "${base} ${c_headers}")
 set(CMAKE_CXX_FLAGS_INIT "${base} -isystem ${cxx_headers} -isystem ${cxx_machine_headers} ${c_headers}")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=lld -nostdlib -L${host}/stubs/${ANDROID_ABI}")
+# In the cache, so that scripts/package-aar.sh knows such a build and what it was linked with.
+set(WBKIT_NDK_STAND_IN "${host}/stubs/${ANDROID_ABI}" CACHE INTERNAL "Not for phones: what stood in for Android")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-fuse-ld=lld -nostdlib -L${WBKIT_NDK_STAND_IN}")
 set(CMAKE_C_STANDARD_LIBRARIES "-lc ${builtins}")

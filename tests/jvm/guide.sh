@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Follows docs/guide.md from an empty folder: runs its blocks of "sh" with the files of its blocks of "java", compares
-# what the last command printed with its blocks of "text", and compiles the Java of README.md.
+# what the last command printed with its blocks of "text", checks the table libraries that came out for Android, and
+# compiles the Java of README.md.
 #
 #   guide.sh SOURCES PREFIX FOLDER      PREFIX: where quen-wbkit is installed; FOLDER: is made anew
 set -euo pipefail
@@ -36,6 +37,11 @@ for block in ../blocks/guide-*; do
 done
 cd ..
 [ "$commands" -ge 5 ] || { echo "The guide has only $commands blocks of commands." >&2 && exit 1; }
+
+# Table libraries for Android: two versions for four ABIs.
+table_libraries=(empty/app/src/main/jniLibs/*/libwb_tables_shop_[12].so)
+[ "${#table_libraries[@]}" -eq 8 ] || { echo "The guide made ${table_libraries[*]} alone." >&2 && exit 1; }
+"$sources/scripts/check-elf.sh" "${table_libraries[@]}"
 
 # The README's Java stands in no method, and takes some variables as given.
 {
