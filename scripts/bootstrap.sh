@@ -43,11 +43,13 @@ tests:    libgtest-dev:arm64 libgmock-dev:arm64
 '
 cross_armhf_packages='
 cross:    g++-arm-linux-gnueabihf qemu-user
-armhf:    libprotobuf-c-dev:armhf libgtest-dev:armhf libgmock-dev:armhf libstdc++6:armhf
+armhf:    libprotobuf-c-dev:armhf libelf-dev:armhf libfmt-dev:armhf libssl-dev:armhf libtomlplusplus-dev:armhf
+tests:    libgtest-dev:armhf libgmock-dev:armhf libstdc++6:armhf
 '
 cross_i386_packages='
 cross:    g++-i686-linux-gnu
-i386:     libprotobuf-c-dev:i386 libgtest-dev:i386 libgmock-dev:i386 libstdc++6:i386
+i386:     libprotobuf-c-dev:i386 libelf-dev:i386 libfmt-dev:i386 libssl-dev:i386 libtomlplusplus-dev:i386
+tests:    libgtest-dev:i386 libgmock-dev:i386 libstdc++6:i386
 '
 android_packages='
 headers:  g++-aarch64-linux-gnu g++-arm-linux-gnueabihf g++-i686-linux-gnu android-liblog-dev

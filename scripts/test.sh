@@ -30,7 +30,7 @@ ctest --preset release
 passed="tests"
 
 if [ "$quick" = no ]; then
-  for check in check-format check-cppcheck check-tidy fuzz check-sanitizers; do
+  for check in check-format check-cppcheck check-tidy fuzz check-sanitizers check-threads; do
     step "Check: ${check#check-}"
     "$root/scripts/$check.sh"
     passed="$passed, ${check#check-}"

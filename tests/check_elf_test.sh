@@ -42,7 +42,7 @@ executable stack|-Wl,-z,execstack
 thread-local variables|-DFAULT=static __thread int v = 1; static int *f(void) { return &v; } void *const aes_keyids = f;
 SONAME is 'other.so'|-Wl,-soname,other.so
 no DT_HASH|-Wl,--hash-style=gnu
-text relocations|-DFAULT=__asm__(".text\n.quad wbid\n");|-Wl,-z,notext
+text relocations|-DFAULT=__asm__(".text\n.dc.a wbid\n");|-Wl,-z,notext
 packed relocations|-Wl,-Bsymbolic,--pack-dyn-relocs=relr
 needs libc.so.6|-Wl,--no-as-needed,-lc
 exports other|-DFAULT=const int other = 1;

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # The host's log library writes Android's brief form to standard error, by the level in the environment.
 #
-# hostlog_test.sh PROGRAM, a program that logs one line of each priority and one text of two lines
+# hostlog_test.sh [EMULATOR] PROGRAM, a program that logs one line of each priority and one text of two lines
 set -euo pipefail
-program=$1
+program=("$@")
 
 lines() {
   "$@" 2>&1 >/dev/null | sed -E 's/\( *[0-9]+\)/(PID)/'
@@ -15,9 +15,9 @@ expect() {
 }
 
 all='V/wbkit-log(PID): verbose\nD/wbkit-log(PID): debug\nI/wbkit-log(PID): info\nW/wbkit-log(PID): warning\nE/wbkit-log(PID): two\nE/wbkit-log(PID): lines\nF/wbkit-log(PID): fatal\n'
-expect "$all" env -u WBKIT_LOG_LEVEL "$program"
-expect "$all" env WBKIT_LOG_LEVEL=nonsense "$program"
-expect "${all#*debug\\n}" env WBKIT_LOG_LEVEL=I "$program"
-expect 'F/wbkit-log(PID): fatal\n' env WBKIT_LOG_LEVEL=F "$program"
-expect '' env WBKIT_LOG_LEVEL=S "$program"
+expect "$all" env -u WBKIT_LOG_LEVEL "${program[@]}"
+expect "$all" env WBKIT_LOG_LEVEL=nonsense "${program[@]}"
+expect "${all#*debug\\n}" env WBKIT_LOG_LEVEL=I "${program[@]}"
+expect 'F/wbkit-log(PID): fatal\n' env WBKIT_LOG_LEVEL=F "${program[@]}"
+expect '' env WBKIT_LOG_LEVEL=S "${program[@]}"
 echo "host log: as expected"

@@ -14,9 +14,7 @@
 namespace test {
 namespace {
 
-const std::string kWbid = "natives";
 const std::string kSk = "sk: 8d1f60c2b94e";
-const std::string kAk = "ak: 77a0e35bd214";
 
 int32_t length(const Bytes &bytes) {
     return static_cast<int32_t>(bytes.size());
@@ -103,7 +101,7 @@ auto runs(decltype(&wbsm4_cfb_encrypt) run) {
 }
 auto runs(decltype(&wb_aes_gcm_encrypt) run) {
     return [run](const Given &g, uint8_t *out, int64_t &len) {
-        static uint8_t tag[16]; // not on the stack, which a test looks at
+        thread_local uint8_t tag[16]; // not on the stack, which a test looks at
         return run(nullptr, g.input.data(), g.input.size(), g.iv.data(), g.iv.size(), g.aad.data(), g.aad.size(), tag,
                    sizeof tag, out, &len, g.wbid.c_str(), g.keyid.c_str(), g.version);
     };
@@ -129,7 +127,7 @@ auto runs(decltype(&wbsm4_cms_cfb_encrypt) run) {
 }
 auto runs(decltype(&aes_cms_WBkit_encrypt_gcm) run) {
     return [run](const Given &g, uint8_t *out, int64_t &len) {
-        static uint8_t tag[16];
+        thread_local uint8_t tag[16];
         std::ranges::fill(tag, 0);
         return run(nullptr, g.iv.data(), g.iv.size(), g.input.data(), g.input.size(), g.aad.data(), g.aad.size(),
                    g.key.data(), length(g.key), tag, sizeof tag, out, Stored<int32_t>(len), g.wbid.c_str(),
@@ -324,10 +322,15 @@ int64_t NativeRow::run(const Arguments &arguments, uint8_t *out, int64_t &len) c
 }
 
 Answer NativeRow::expected(const Arguments &arguments) const {
+    const Answer answer = run_function(arguments);
+    CapturedLog().take();
+    return answer;
+}
+
+Answer NativeRow::run_function(const Arguments &arguments) const {
     Bytes out(1 << 16);
     auto len = static_cast<int64_t>(out.size());
     const int64_t status = run(arguments, out.data(), len);
-    CapturedLog().take();
     if (takes("sig")) {
         return static_cast<jint>(status);
     }
@@ -395,8 +398,8 @@ Bytes natives_token(const std::string &wbid, const std::string &appid) {
     return mac;
 }
 
-Arguments good_arguments(const NativeRow &row, const Bytes &text, size_t iv_len) {
-    Arguments arguments{{{"hash", natives_token(kWbid)},
+Arguments good_arguments(const NativeRow &row, const Bytes &text, size_t iv_len, const std::string &wbid) {
+    Arguments arguments{{{"hash", natives_token(wbid)},
                          {"caller", bytes_of("com.example.app.caller")},
                          {"iv", sample(iv_len, 9)},
                          {"input", text},
@@ -404,8 +407,8 @@ Arguments good_arguments(const NativeRow &row, const Bytes &text, size_t iv_len)
                          {"key", sample(10, 8)},
                          {"message", sample(30, 4)},
                          {"data", sample(50, 5)},
-                         {"ak", bytes_of(kAk)},
-                         {"wbid", bytes_of(kWbid)},
+                         {"ak", bytes_of(kNativesAk)},
+                         {"wbid", bytes_of(wbid)},
                          {"keyid", bytes_of(row.is("sm4") ? "s" : "k")}},
                         {{"padding", 0}, {"version", kNativesVersion}}};
     keep_secret(text);
@@ -422,7 +425,7 @@ TableSource natives_library(const std::string &wbid) {
     return TableSource()
         .header(wbid, kNativesVersion)
         .text("sk", kSk)
-        .text("ak", kAk)
+        .text("ak", kNativesAk)
         .text("appid", kNativesAppid)
         .text("whitelist", "com.example.app.caller,com.example.other")
         .slots("aes_keyids", {"k"})
@@ -433,11 +436,11 @@ TableSource natives_library(const std::string &wbid) {
 }
 
 Natives::Natives() {
-    static const LoadedLibrary loaded(natives_library(kWbid), kWbid, kNativesVersion);
+    static const LoadedLibrary loaded(natives_library(kNativesWbid), kNativesWbid, kNativesVersion);
     Bytes signing_key(kSigningKey.size());
     int64_t len = 0;
     aes_WBkit_decrypt_cfb(nullptr, kSigningIv.data(), kSigningKey.data(), kSigningKey.size(), signing_key.data(), &len,
-                          0, kWbid.c_str(), "k", kNativesVersion);
+                          0, kNativesWbid.c_str(), "k", kNativesVersion);
     keep_secret(signing_key);
 }
 

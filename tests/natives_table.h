@@ -61,7 +61,9 @@ struct NativeRow {
     Answer operator()(FakeJni &jni, const Arguments &arguments) const;
     // Runs the exported function; `len` is the room in `out` and what it stores.
     int64_t run(const Arguments &arguments, uint8_t *out, int64_t &len) const;
-    // The answer that the exported function stands for. Empties the log.
+    // The answer that the exported function stands for.
+    [[nodiscard]] Answer run_function(const Arguments &arguments) const;
+    // The same; empties the log.
     [[nodiscard]] Answer expected(const Arguments &arguments) const;
 
     [[nodiscard]] Answer refusal() const { return takes("sig") ? Answer(-1) : Answer(std::nullopt); }
@@ -82,8 +84,13 @@ struct NativeRow {
 const std::vector<NativeRow> &natives();
 const NativeRow &native(const std::string &op);
 
-// Arguments with which the row succeeds; `text` is what is encrypted, or comes out of a decryption.
-Arguments good_arguments(const NativeRow &row, const Bytes &text = sample(40), size_t iv_len = 16);
+inline const std::string kNativesWbid = "natives";
+inline const std::string kNativesAk = "ak: 77a0e35bd214";
+
+// Arguments with which the row succeeds on that library, if it is loaded; `text` is what is encrypted, or comes out of
+// a decryption.
+Arguments good_arguments(const NativeRow &row, const Bytes &text = sample(40), size_t iv_len = 16,
+                         const std::string &wbid = kNativesWbid);
 
 // A table library with the AES key "k" and the SM4 key "s", each with an encrypted key of its own.
 TableSource natives_library(const std::string &wbid);

@@ -10,10 +10,10 @@ std::span<const std::uint8_t> ElfContents::bytes_from(std::uint64_t address) con
         return {};
     }
     const ElfSegment &segment = *std::prev(after);
-    const std::uint64_t skipped = address - segment.address;
-    if (skipped >= segment.file_size) {
+    if (address - segment.address >= segment.file_size) {
         return {};
     }
+    const auto skipped = static_cast<std::size_t>(address - segment.address);
     return std::span(file).subspan(segment.offset + skipped, segment.file_size - skipped);
 }
 
@@ -22,7 +22,7 @@ std::optional<std::span<const std::uint8_t>> ElfContents::bytes(std::uint64_t ad
     if (all.size() < size) {
         return std::nullopt;
     }
-    return all.first(size);
+    return all.first(static_cast<std::size_t>(size));
 }
 
 bool ElfContents::is_writable(std::uint64_t address, std::uint64_t size) const {

@@ -25,7 +25,7 @@ class HashTable {
     }
     [[nodiscard]] std::size_t pointer_len() const { return contents_.pointer_len; }
     [[nodiscard]] bool is_named(std::uint64_t index, std::string_view name) const {
-        return index < contents_.names.size() && contents_.names[index] == name;
+        return index < contents_.names.size() && contents_.names[static_cast<std::size_t>(index)] == name;
     }
 
   private:
@@ -154,7 +154,7 @@ class GnuTable {
 
 } // namespace
 
-std::size_t symbol_count(const ElfContents &contents) {
+std::uint64_t symbol_count(const ElfContents &contents) {
     std::uint64_t count = 0;
     if (contents.sysv_hash) {
         const SysvTable table(HashTable(contents, *contents.sysv_hash));

@@ -12,7 +12,7 @@
 namespace wbtables {
 
 // How many symbols there are, by the hash table that knows of more. Throws MalformedElf.
-std::size_t symbol_count(const ElfContents &contents);
+std::uint64_t symbol_count(const ElfContents &contents);
 
 // The index at which a search for that name ends, for each hash table that there is; nothing if it finds none.
 std::vector<std::optional<std::size_t>> look_up(const ElfContents &contents, std::string_view name);

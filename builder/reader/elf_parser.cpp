@@ -109,8 +109,9 @@ class ElfParser {
         }
         contents_.page_alignment =
             segments.empty() ? header.p_align : std::min(contents_.page_alignment, header.p_align);
-        segments.push_back({header.p_vaddr, header.p_memsz, header.p_offset, header.p_filesz,
-                            (header.p_flags & PF_W) != 0, (header.p_flags & PF_X) != 0});
+        segments.push_back({header.p_vaddr, header.p_memsz, static_cast<std::size_t>(header.p_offset),
+                            static_cast<std::size_t>(header.p_filesz), (header.p_flags & PF_W) != 0,
+                            (header.p_flags & PF_X) != 0});
     }
 
     void add_protection(const GElf_Phdr &header) {
@@ -126,7 +127,8 @@ class ElfParser {
         if (!bytes) {
             throw MalformedElf("has a dynamic section that points outside its segments");
         }
-        Elf_Data *const data = elf_getdata_rawchunk(elf_.get(), bytes->data() - contents_.file.data(), size, type);
+        Elf_Data *const data =
+            elf_getdata_rawchunk(elf_.get(), bytes->data() - contents_.file.data(), bytes->size(), type);
         if (data == nullptr) {
             throw MalformedElf("has a dynamic section that cannot be read");
         }
@@ -134,13 +136,13 @@ class ElfParser {
     }
 
     void read_dynamic() {
-        const std::size_t count = dynamic_size_ / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
+        const std::uint64_t count = dynamic_size_ / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
         if (count == 0 || count > kMostDynamicEntries) {
             throw MalformedElf("has a dynamic section that cannot be read");
         }
         Elf_Data *const data = array_at(*dynamic_, dynamic_size_, ELF_T_DYN);
         std::vector<std::uint64_t> needed;
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::uint64_t i = 0; i < count; ++i) {
             GElf_Dyn entry;
             if (gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr || entry.d_tag == DT_NULL) {
                 break;
@@ -192,7 +194,8 @@ class ElfParser {
     [[nodiscard]] std::string text(std::uint64_t offset) const {
         const auto strings = contents_.bytes(value(DT_STRTAB).value_or(0), value(DT_STRSZ).value_or(0));
         if (strings && offset < strings->size()) {
-            const auto longest = strings->subspan(offset, std::min(strings->size() - offset, kLongestName + 1));
+            const auto rest = strings->subspan(static_cast<std::size_t>(offset));
+            const auto longest = rest.first(std::min(rest.size(), kLongestName + 1));
             const auto end = std::ranges::find(longest, std::uint8_t{0});
             if (end != longest.end()) {
                 return {longest.begin(), end};
@@ -202,7 +205,7 @@ class ElfParser {
     }
 
     void read_symbols() {
-        const std::size_t count = symbol_count(contents_);
+        const std::uint64_t count = symbol_count(contents_);
         if (count == 0) {
             return;
         }
@@ -246,7 +249,7 @@ class ElfParser {
 
     void read_relocations() {
         RelocationReader reader(contents_, machine_, [this](std::uint64_t index) {
-            return index < symbol_addresses_.size() ? symbol_addresses_[index] : std::nullopt;
+            return index < symbol_addresses_.size() ? symbol_addresses_[static_cast<std::size_t>(index)] : std::nullopt;
         });
         if (value(DT_RELR)) {
             reader.read_relr(*value(DT_RELR), value(DT_RELRSZ).value_or(0));
@@ -258,15 +261,15 @@ class ElfParser {
     }
 
     void read_entries(RelocationReader &reader, std::int64_t table, std::int64_t size, Elf_Type type) {
-        const std::size_t count = value(size).value_or(0) / gelf_fsize(elf_.get(), type, 1, EV_CURRENT);
+        const std::uint64_t count = value(size).value_or(0) / gelf_fsize(elf_.get(), type, 1, EV_CURRENT);
         if (!value(table) || count == 0) {
             return;
         }
         Elf_Data *const data = array_at(*value(table), *value(size), type);
         if (type == ELF_T_RELA) {
-            reader.read_rela(data, count);
+            reader.read_rela(data, static_cast<std::size_t>(count));
         } else {
-            reader.read_rel(data, count);
+            reader.read_rel(data, static_cast<std::size_t>(count));
         }
     }
 

@@ -51,7 +51,7 @@ void RelocationReader::read_rel(Elf_Data *data, std::size_t count) {
 
 // An even word is the address of a pointer; an odd one has a bit for each of the pointers that come next.
 void RelocationReader::read_relr(std::uint64_t address, std::uint64_t size) {
-    const std::uint64_t len = contents_.pointer_len;
+    const std::size_t len = contents_.pointer_len;
     const std::uint64_t bits = 8 * len - 1;
     std::uint64_t next = 0;
     for (std::uint64_t at = 0; at + len <= size; at += len) {

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # The page of an audit in a browser: what it shows, and that it asks the network for nothing.
 #
-# audit_page.sh WBTABLES
+# audit_page.sh [EMULATOR] WBTABLES
 set -euo pipefail
-wbtables=$1
+wbtables=("$@")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
@@ -21,9 +21,9 @@ count() {
   grep -o -- "$1" "$folder/dom.html" | wc -l
 }
 
-"$wbtables" keygen "$folder/keys" --wbid page --appid com.example.page --key aes:aes-128 --key sm:sm4
-"$wbtables" build "$folder/keys/manifest.toml" -o "$folder"
-"$wbtables" audit "$folder/libwb_tables_page_1.so" --traces 1000 --html "$folder/audit.html"
+"${wbtables[@]}" keygen "$folder/keys" --wbid page --appid com.example.page --key aes:aes-128 --key sm:sm4
+"${wbtables[@]}" build "$folder/keys/manifest.toml" -o "$folder"
+"${wbtables[@]}" audit "$folder/libwb_tables_page_1.so" --traces 1000 --html "$folder/audit.html"
 if grep -Eq 'src=|href=|url\(|@import' "$folder/audit.html"; then
   fail "the page asks for other files"
 fi

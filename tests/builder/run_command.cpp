@@ -21,13 +21,20 @@ void redirect(int fd, const std::filesystem::path &path, int flags) {
     close(file);
 }
 
+// Under emulation the emulator has to be told of it: the system cannot run it.
 [[noreturn]] void become_wbtables(std::vector<std::string> arguments) {
-    std::vector<char *> argv = {const_cast<char *>("wbtables")};
+    const std::string emulator = WBTABLES_EMULATOR;
+    arguments.insert(arguments.begin(), "wbtables");
+    if (!emulator.empty()) {
+        arguments.insert(arguments.begin(), {emulator, "-0", "wbtables"});
+        arguments[3] = WBTABLES_COMMAND;
+    }
+    std::vector<char *> argv;
     for (std::string &argument : arguments) {
         argv.push_back(argument.data());
     }
     argv.push_back(nullptr);
-    execv(WBTABLES_COMMAND, argv.data());
+    execvp(emulator.empty() ? WBTABLES_COMMAND : emulator.c_str(), argv.data());
     _exit(127);
 }
 

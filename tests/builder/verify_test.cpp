@@ -214,9 +214,9 @@ TEST_F(Verify, NamesCodeAndWhatCanBeWrittenTo) {
         {"", ".text\nnop", "", "it brings code: 1 of its segments can be executed;"},
         {"", ".section .init_array,\"aw\"\n.dc.a 8", "", "when it is loaded or closed: it has DT_INIT_ARRAY;"},
         {"", ".section .fini_array,\"aw\"\n.dc.a 8", "", "when it is loaded or closed: it has DT_FINI_ARRAY;"},
-        {"", ".text\n.globl f\nf: ret", "-Wl,-init=f,-fini=f", "it has DT_INIT, DT_FINI;"},
-        {"", ".globl f\n.type f, %function\nf: ret", "", "it exports 1 function, \"f\" for one;"},
-        {"", ".globl f\n.type f, %gnu_indirect_function\nf: ret", "", "it exports 1 function, \"f\" for one;"},
+        {"", ".text\n.globl f\nf: nop", "-Wl,-init=f,-fini=f", "it has DT_INIT, DT_FINI;"},
+        {"", ".globl f\n.type f, %function\nf: nop", "", "it exports 1 function, \"f\" for one;"},
+        {"", ".globl f\n.type f, %gnu_indirect_function\nf: nop", "", "it exports 1 function, \"f\" for one;"},
         {"", "", "-Wl,--no-as-needed -lc", "it needs \"libc.so.6\";"},
         {"", "", "-Wl,--auxiliary=libother.so", "it needs \"libother.so\";"},
         {"", "", "-Wl,-N", "symbol \"Xor_a\" stands where it can be written to at run time"},
@@ -238,12 +238,12 @@ size_t place_of(const std::string &file, std::int64_t tag) {
     std::memcpy(&header, file.data(), sizeof header);
     for (size_t i = 0; i < header.e_phnum; ++i) {
         Elf64_Phdr segment;
-        std::memcpy(&segment, &file[header.e_phoff + i * sizeof segment], sizeof segment);
+        std::memcpy(&segment, file.data() + header.e_phoff + i * sizeof segment, sizeof segment);
         for (size_t at = 0; segment.p_type == PT_DYNAMIC && at < segment.p_filesz; at += sizeof(Elf64_Dyn)) {
             Elf64_Dyn entry;
-            std::memcpy(&entry, &file[segment.p_offset + at], sizeof entry);
+            std::memcpy(&entry, file.data() + segment.p_offset + at, sizeof entry);
             if (entry.d_tag == tag) {
-                return entry.d_un.d_val;
+                return static_cast<size_t>(entry.d_un.d_val);
             }
         }
     }

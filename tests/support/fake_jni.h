@@ -4,6 +4,7 @@
 #include <jni.h>
 
 #include <deque>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ class FakeJni {
 
     // Arrays whose elements are still out; taking them gives them back.
     std::vector<std::string> take_held();
+
+    // Lengths that arrays are said to have, whatever they have.
+    std::map<std::string, jsize> claimed_lengths;
 
   private:
     struct Array;

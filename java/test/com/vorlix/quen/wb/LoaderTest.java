@@ -9,6 +9,16 @@ import java.io.InputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Set;
+import java.util.TreeSet;
+import java.util.concurrent.Callable;
+import java.util.concurrent.CyclicBarrier;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -28,8 +38,14 @@ class LoaderTest {
     }
 
     /** Runs in the other virtual machine: uses the natives, after loading as is said. */
-    static final class Probe {
+    public static final class Probe {
+        private static final byte[] BLOCK = new byte[16];
+
         public static void main(String[] args) throws Exception {
+            if (args[0].equals("all threads")) {
+                System.out.println(loadInAllThreads(args[1], args[2]));
+                return;
+            }
             for (int attempt = 0; attempt < 2; attempt++) { // a failure is told a second time
                 try {
                     if (args[0].equals("application")) {
@@ -52,10 +68,37 @@ class LoaderTest {
             }
         }
 
-        private static void encrypt(int length, String tables) throws Exception {
-            TableLibrary.load(Paths.get(tables, "libwb_tables_jvm_1.so"));
+        /** What they encrypt with either table library. */
+        private static Set<String> loadInAllThreads(String library, String tables) throws Exception {
+            CyclicBarrier start = new CyclicBarrier(ManyCallsTest.THREADS);
+            List<Callable<String>> work = new ArrayList<>();
+            for (int thread = 0; thread < ManyCallsTest.THREADS; thread++) {
+                int version = TestTables.VERSIONS[thread % 2];
+                work.add(() -> {
+                    start.await();
+                    WbkitLoader.load(Paths.get(library));
+                    WhiteboxKey key = open(tables, version).key("sm"); // which logs a line on the way
+                    return Arrays.toString(key.encrypt(StreamMode.CTR, Padding.NONE, BLOCK, BLOCK));
+                });
+            }
+            ExecutorService pool = Executors.newFixedThreadPool(ManyCallsTest.THREADS);
+            List<Future<String>> results = pool.invokeAll(work);
+            pool.shutdown();
+            Set<String> encrypted = new TreeSet<>();
+            for (Future<String> result : results) {
+                encrypted.add(result.get());
+            }
+            return encrypted;
+        }
+
+        private static TableLibrary open(String tables, int version) throws Exception {
+            TableLibrary.load(Paths.get(tables, "libwb_tables_jvm_" + version + ".so"));
             Credentials credentials = Credentials.fromToken(TestTables.token(TestTables.WBID), "com.example.jvm.tests");
-            WhiteboxKey key = TableLibrary.open("jvm", 1, credentials).key("k128");
+            return TableLibrary.open("jvm", version, credentials);
+        }
+
+        private static void encrypt(int length, String tables) throws Exception {
+            WhiteboxKey key = open(tables, TestTables.ENCODED).key("k128");
             byte[] piece = new byte[10_000];
             long written = 0;
             try (InputStream zeros = Files.newInputStream(Paths.get("/dev/zero"));
@@ -90,6 +133,13 @@ class LoaderTest {
             String hook = System.getProperty("wbkit.hook." + initialised.getSimpleName());
             assertEquals(twice, run(FOLDER, "hook", hook), hook);
         }
+    }
+
+    @Test
+    void allThreadsMayBeTheFirst() throws Exception {
+        byte[] encrypted = ClearKey.encrypt("SM4_CTR", TestTables.Key.SM4, Probe.BLOCK, Probe.BLOCK);
+        assertEquals("[" + Arrays.toString(encrypted) + "]\n",
+                run("/nowhere", "all threads", LIBRARY.toString(), System.getProperty("wbkit.tables")));
     }
 
     @Test

@@ -22,8 +22,8 @@ import org.junit.jupiter.api.Test;
 
 /** Natives called by many threads at once, and often. */
 class ManyCallsTest {
-    private static final int THREADS = 16;
-    private static final int ROUNDS_OF_A_THREAD = 25;
+    static final int THREADS = 32;
+    private static final int ROUNDS_OF_A_THREAD = 15;
 
     /** As AddressSanitizer does: growth says nothing then, and calls are slow. */
     private static final boolean FREED_MEMORY_IS_KEPT = Boolean.getBoolean("wbkit.freedMemoryIsKept");
