@@ -9,6 +9,7 @@
 #include "quen/natives.h"
 #include "quen/status.h"
 #include "support/scratch.h"
+#include "support/secret.h"
 
 namespace {
 
@@ -81,13 +82,13 @@ int32_t encrypt_gcm(KeySource &key, const EnvelopeBytes &bytes, jint /*padding*/
         return WBKIT_NO_MEMORY;
     }
     // Zeros, should it be packed although nothing was encrypted.
-    uint8_t tag[wbkit::kGcmTagSize] = {};
+    wbkit::SecretBytes<wbkit::kGcmTagSize> tag;
     return wbkit::encrypt_gcm_envelope(key,
                                        {bytes.input.data,
                                         size_of(bytes.input),
                                         {iv.data(), iv.size(), aad.data(), aad.size()},
-                                        tag,
-                                        sizeof tag,
+                                        tag.data(),
+                                        tag.size(),
                                         FieldBytes::of(bytes.key.data, size_of(bytes.key))},
                                        out);
 }

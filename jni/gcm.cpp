@@ -7,6 +7,7 @@
 #include "quen/natives.h"
 #include "quen/status.h"
 #include "support/scratch.h"
+#include "support/secret.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ using wbkit::KeyedCall;
 using wbkit::KeySource;
 using wbkit::kGcmTagSize;
 using wbkit::ScratchBuffer;
+using wbkit::SecretBytes;
 
 struct GcmNative {
     int32_t (*run)(KeySource &key, const GcmMessage &message) = nullptr;
@@ -26,21 +28,21 @@ struct GcmNative {
 };
 
 int32_t encrypt(KeySource &key, const GcmMessage &message) {
-    uint8_t tag[kGcmTagSize];
-    return wbkit::run_gcm_encrypt(key, message, tag);
+    SecretBytes<kGcmTagSize> tag;
+    return wbkit::run_gcm_encrypt(key, message, tag.data());
 }
 
 // Decrypted in place from a copy: another thread may change the array between the look at its tag and the decryption.
 int32_t decrypt(KeySource &key, const GcmMessage &message) {
     const auto len = static_cast<size_t>(message.in_len);
     memcpy(message.out, message.in, len);
-    uint8_t tag[kGcmTagSize] = {};
+    SecretBytes<kGcmTagSize> tag;
     if (len >= kGcmTagSize) {
-        memcpy(tag, message.out + len - kGcmTagSize, kGcmTagSize);
+        memcpy(tag.data(), message.out + len - kGcmTagSize, kGcmTagSize);
     }
     GcmMessage in_place = message;
     in_place.in = message.out;
-    return wbkit::run_gcm_decrypt(key, in_place, tag);
+    return wbkit::run_gcm_decrypt(key, in_place, tag.data());
 }
 
 constexpr GcmNative kEncrypt{encrypt, kGcmTagSize, {"en_aes_gcm", "en_aes_gcm"}};
