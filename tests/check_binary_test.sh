@@ -3,6 +3,7 @@
 #
 # check_binary_test.sh CHECK-BINARY FOLDER
 set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/refuses_each.sh"
 check=$1 folder=$2
 library=$folder/libwb_tables_x_1.so # of a table library, the fewest names are asked
 
@@ -27,20 +28,9 @@ case $(uname -m) in
 esac
 
 # The message about a fault, and what makes it.
-count=0
-while IFS='|' read -r message flag another; do
-  clang -shared -fPIC -O2 -nostdlib -fuse-ld=lld -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 \
-    "$marks=$all_marks" -o "$library" "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so,--hash-style=both \
-    -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,-z,now ${flag:+"$flag"} \
-    ${another:+"$another"}
-  said=$("$check" "$library" 2>&1) && passed=yes || passed=no
-  [ -n "$message" ] && expected=no || expected=yes
-  if [ "$passed" != "$expected" ] || [[ $said != *"$message"* ]]; then
-    printf 'FAIL: with %s, expected "%s", got:\n%s\n' "$flag" "$message" "$said"
-    exit 1
-  fi
-  count=$((count + 1))
-done <<END
+refuses_each "$check" "$library" -O2 -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "$marks=$all_marks" \
+  "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so,--hash-style=both \
+  -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,-z,now <<END
 |
 no stack protector|-fno-stack-protector
 no _FORTIFY_SOURCE|-U_FORTIFY_SOURCE

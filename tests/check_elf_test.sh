@@ -3,6 +3,7 @@
 #
 # check_elf_test.sh CHECK-ELF FOLDER
 set -euo pipefail
+. "$(dirname -- "${BASH_SOURCE[0]}")/refuses_each.sh"
 check=$1 folder=$2
 library=$folder/libwb_tables_x_1.so
 
@@ -20,19 +21,8 @@ FAULT
 END
 
 # The message about a fault, and what makes it.
-count=0
-while IFS='|' read -r message flag another; do
-  clang -shared -fPIC -nostdlib -fuse-ld=lld -o "$library" "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so \
-    -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,--hash-style=both \
-    ${flag:+"$flag"} ${another:+"$another"}
-  said=$("$check" "$library" 2>&1) && passed=yes || passed=no
-  [ -n "$message" ] && expected=no || expected=yes
-  if [ "$passed" != "$expected" ] || [[ $said != *"$message"* ]]; then
-    printf 'FAIL: with %s, expected "%s", got:\n%s\n' "$flag" "$message" "$said"
-    exit 1
-  fi
-  count=$((count + 1))
-done <<'END'
+refuses_each "$check" "$library" "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so \
+  -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,--hash-style=both <<'END'
 |
 aligned to 4096 bytes|-Wl,-z,max-page-size=4096,-z,common-page-size=4096
 inside a page of 16384 bytes|-Wl,-z,common-page-size=4096
