@@ -4,6 +4,7 @@
 #
 #   scripts/bootstrap.sh run    what building and running takes
 #   scripts/bootstrap.sh test   that, and what benchmarks, tests and checks take
+#   scripts/bootstrap.sh coverage   that, and what counting the lines that tests reach takes
 #   scripts/bootstrap.sh bench  what building, running and the benchmarks take
 #   scripts/bootstrap.sh cross  what building, testing under emulation and estimating for ARM64 takes
 #   scripts/bootstrap.sh cross-armhf, cross-i386   what building and testing the library for 32 bits takes
@@ -30,6 +31,8 @@ audit:    chromium
 format:   clang-format-14
 lint:     clang-tidy-14 cppcheck
 fuzz:     libclang-rt-dev
+'
+coverage_packages='
 coverage: gcovr
 '
 bench_packages='
@@ -57,7 +60,7 @@ headers:  android-libnativehelper-dev
 strip:    llvm
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='openssl clang++ clang-format-14 clang-tidy-14 cppcheck gcovr proguard'
+test_commands='openssl clang++ clang-format-14 clang-tidy-14 cppcheck proguard'
 
 # A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {
@@ -141,12 +144,16 @@ use_commands() {
 case ${1-} in
   run) groups=$run_packages commands=$run_commands ;;
   test) groups=$run_packages$test_packages$bench_packages commands="$run_commands $test_commands" ;;
+  coverage)
+    groups=$run_packages$test_packages$bench_packages$coverage_packages
+    commands="$run_commands $test_commands gcovr"
+    ;;
   bench) groups=$run_packages$bench_packages commands="$run_commands taskset" ;;
   cross) groups=$run_packages$cross_packages commands="$run_commands aarch64-linux-gnu-g++ qemu-aarch64" ;;
   cross-armhf) groups=$run_packages$cross_armhf_packages commands="$run_commands arm-linux-gnueabihf-g++ qemu-arm" ;;
   cross-i386) groups=$run_packages$cross_i386_packages commands="$run_commands i686-linux-gnu-g++" ;;
   android) groups=$run_packages$android_packages commands="$run_commands llvm-objcopy" ;;
-  *) fail "usage: bootstrap.sh run|test|bench|cross|cross-armhf|cross-i386|android" ;;
+  *) fail "usage: bootstrap.sh run|test|coverage|bench|cross|cross-armhf|cross-i386|android" ;;
 esac
 
 # What the machine says it is: "debian 12 Debian GNU/Linux 12 (bookworm)".
@@ -155,7 +162,7 @@ read -r id version system < <(. /etc/os-release 2>/dev/null && echo "${ID-?} ${V
 system=${system:-an unknown system}
 case ${1-}-$id in
   # Its chromium is a snap and no package. Without it the tests do not open the page of an audit.
-  test-ubuntu) groups=${groups/audit:*chromium/} ;;
+  test-ubuntu | coverage-ubuntu) groups=${groups/audit:*chromium/} ;;
   # Its servers have no packages of other architectures.
   cross*-ubuntu) system="$system, whose servers have no packages of other architectures" id=other ;;
 esac

@@ -19,7 +19,7 @@ esac
 trap took EXIT
 
 step "Packages"
-"$root/scripts/bootstrap.sh" test
+"$root/scripts/bootstrap.sh" coverage
 
 step "Build and tests"
 configure_and_build coverage
