@@ -8,10 +8,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 heap_mib=7 # the streams are asked to do with less than 8 MB
 
 kernels=yes java=yes docs=no options=()
@@ -71,29 +67,15 @@ bench_java() {
   cat build/bench-java.md
 }
 
-# renew MARK FILE: puts the file behind the mark in docs/performance.md.
-renew() {
-  awk -v mark="<!-- measured by scripts/$1 -->" -v table="$2" '
-    /^<!-- end of what was measured -->$/ { inside = 0 }
-    !inside
-    $0 == mark {
-      inside = 1
-      print ""
-      while ((getline line <table) > 0) print line
-      print ""
-    }' docs/performance.md >build/performance.md
-  cp -- build/performance.md docs/performance.md
-}
-
 if [ "$kernels" = yes ]; then
   bench_kernels ${options[@]+"${options[@]}"}
   if [ "$docs" = yes ]; then
-    renew "bench.sh --docs" build/bench.md
+    renew_docs "measured by scripts/bench.sh --docs" build/bench.md
     cp -- build/bench.svg docs/performance.svg
   fi
 fi
 if [ "$java" = yes ]; then
   bench_java
-  [ "$docs" = no ] || renew "bench.sh --java --docs" build/bench-java.md
+  [ "$docs" = no ] || renew_docs "measured by scripts/bench.sh --java --docs" build/bench-java.md
 fi
 [ "$docs" = no ] || echo "What docs/ has of it is new."

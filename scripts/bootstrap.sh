@@ -6,7 +6,8 @@
 #   scripts/bootstrap.sh test   that, and what benchmarks, tests and checks take
 #   scripts/bootstrap.sh coverage   that, and what counting the lines that tests reach takes
 #   scripts/bootstrap.sh bench  what building, running and the benchmarks take
-#   scripts/bootstrap.sh cross  what building, testing under emulation and estimating for ARM64 takes
+#   scripts/bootstrap.sh cross  what building and testing for ARM64 under emulation takes
+#   scripts/bootstrap.sh estimate   what building and estimating for ARM64 takes
 #   scripts/bootstrap.sh cross-armhf, cross-i386   what building and testing the library for 32 bits takes
 #   scripts/bootstrap.sh android   what building for Android's targets without an NDK takes
 set -euo pipefail
@@ -29,7 +30,7 @@ memory:   valgrind
 shell:    zsh
 audit:    chromium
 format:   clang-format-14
-lint:     clang-tidy-14 cppcheck
+lint:     clang-tidy-14 cppcheck shellcheck
 fuzz:     libclang-rt-dev
 '
 coverage_packages='
@@ -40,9 +41,11 @@ bench:    libbenchmark-dev
 '
 cross_packages='
 cross:    g++-aarch64-linux-gnu qemu-user
-estimate: llvm-14 llvm-19
 arm64:    libprotobuf-c-dev:arm64 libelf-dev:arm64 libfmt-dev:arm64 libssl-dev:arm64 libtomlplusplus-dev:arm64
 tests:    libgtest-dev:arm64 libgmock-dev:arm64
+'
+estimate_packages='
+estimate: llvm-14 llvm-19
 '
 cross_armhf_packages='
 cross:    g++-arm-linux-gnueabihf qemu-user
@@ -60,7 +63,7 @@ headers:  android-libnativehelper-dev
 strip:    llvm
 '
 run_commands='g++ cmake ninja pkg-config protoc-c javac java jar clang ld.lld'
-test_commands='openssl clang++ clang-format-14 clang-tidy-14 cppcheck proguard'
+test_commands='openssl clang++ clang-format-14 clang-tidy-14 cppcheck shellcheck proguard'
 
 # A package may be there for other architectures than the one that it is wanted for.
 lacking_packages() {
@@ -150,10 +153,15 @@ case ${1-} in
     ;;
   bench) groups=$run_packages$bench_packages commands="$run_commands taskset" ;;
   cross) groups=$run_packages$cross_packages commands="$run_commands aarch64-linux-gnu-g++ qemu-aarch64" ;;
+  estimate)
+    groups=$run_packages$cross_packages$estimate_packages
+    commands="$run_commands aarch64-linux-gnu-g++ clang++ llvm-mca-14 llvm-mca-19"
+    ;;
   cross-armhf) groups=$run_packages$cross_armhf_packages commands="$run_commands arm-linux-gnueabihf-g++ qemu-arm" ;;
   cross-i386) groups=$run_packages$cross_i386_packages commands="$run_commands i686-linux-gnu-g++" ;;
   android) groups=$run_packages$android_packages commands="$run_commands llvm-objcopy" ;;
-  *) fail "usage: bootstrap.sh run|test|coverage|bench|cross|cross-armhf|cross-i386|android" ;;
+  -h | --help) usage && exit ;;
+  *) fail "takes one group of packages; see --help" ;;
 esac
 
 # What the machine says it is: "debian 12 Debian GNU/Linux 12 (bookworm)".
@@ -164,7 +172,7 @@ case ${1-}-$id in
   # Its chromium is a snap and no package. Without it the tests do not open the page of an audit.
   test-ubuntu | coverage-ubuntu) groups=${groups/audit:*chromium/} ;;
   # Its servers have no packages of other architectures.
-  cross*-ubuntu) system="$system, whose servers have no packages of other architectures" id=other ;;
+  cross*-ubuntu | estimate-ubuntu) system="$system, whose servers have no packages of other architectures" id=other ;;
 esac
 case $id-$version in
   debian-12 | ubuntu-24.04)

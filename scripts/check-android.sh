@@ -11,12 +11,13 @@ set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 case ${1-} in
-  -h | --help) sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" && exit ;;
+  -h | --help) usage && exit ;;
 esac
 [ $# -gt 0 ] || set -- arm64-v8a armeabi-v7a x86_64 x86
 
 protobuf_c=${WBKIT_PROTOBUF_C-}
 [ -n "$protobuf_c" ] || fail "WBKIT_PROTOBUF_C in the environment is not set; see --help"
+[ "$protobuf_c" = fetch ] || protobuf_c=$(realpath -- "$protobuf_c")
 
 [ -z "${ANDROID_NDK_HOME-}" ] || fail "ANDROID_NDK_HOME names an NDK: build the presets with that"
 
@@ -53,6 +54,7 @@ at_most() {
 }
 
 pack=()
+# The same targets as in cmake/toolchains/ndk-stand-in.cmake.
 for abi in "$@"; do
   case $abi in
     arm64-v8a) target=aarch64-linux-android21 ;;

@@ -17,14 +17,15 @@ largest=$((256 * 1024))
 harmless_initialisers='__cpu_indicator_init'
 
 case ${1-} in
-  -h | --help) sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" && exit ;;
+  -h | --help) usage && exit ;;
 esac
 elf_options=()
 if [ "${1-}" = --stubs ]; then
-  elf_options=(--stubs "${2?--stubs needs a folder}")
+  [ $# -ge 2 ] || fail "--stubs needs a folder; see --help"
+  elf_options=(--stubs "$2")
   shift 2
 fi
-[ $# -eq 1 ] || fail "usage: check-binary.sh [--stubs DIR] FILE"
+[ $# -eq 1 ] || fail "takes one file; see --help"
 file=$1
 
 faults=0

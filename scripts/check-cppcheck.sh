@@ -1,23 +1,18 @@
 #!/usr/bin/env bash
 # Runs cppcheck over the library's and the builder's sources, as they are compiled in build/release. What it must not
 # report stands in .cppcheck, with reasons.
-#
-#   scripts/check-cppcheck.sh [BUILD-FOLDER]
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-case ${1-} in
-  -h | --help) sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" && exit ;;
-esac
-[ $# -le 1 ] || fail "one build folder at a time; see --help"
+no_arguments "$@"
 command -v cppcheck >/dev/null || fail "cppcheck is missing; scripts/bootstrap.sh test installs it"
 
-build=${1-$root/build/release}
-[ $# -eq 1 ] || configure_and_build release
+build=$root/build/release
+configure_and_build release
 
 # Only what is listed in the build is compiled as it is checked; tests are held to the compilers' warnings alone.
 filters=()
-for folder in aes builder cms diagnostics hash jni modes padding sm4 support tables; do
+for folder in "${source_folders[@]}"; do
   filters+=("--file-filter=$root/$folder/*")
 done
 # The generated message header asks for a version of protobuf-c, whose headers are not read, like all of the system's.

@@ -11,10 +11,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 readelf=${READELF:-readelf}
 page=$((16 * 1024))
 
@@ -54,7 +50,11 @@ check_segments() {
       TLS) fault "thread-local variables, which Android has since API level 29" ;;
     esac
   done < <("$readelf" -lW "$file" | awk '
-    $2 ~ /^0x/ && $3 ~ /^0x/ {flags = "-"; for (i = 7; i < NF; ++i) flags = flags $i; print $1, $2, $3, $6, flags, $NF}')
+    $2 ~ /^0x/ && $3 ~ /^0x/ {
+      flags = "-"
+      for (i = 7; i < NF; ++i) flags = flags $i
+      print $1, $2, $3, $6, flags, $NF
+    }')
   ((relro_end > 0)) || fault "no RELRO segment"
   ((relro_end <= mapped_end)) || fault "RELRO ends at $relro_end, behind the last page, which loaders refuse"
   case $stack in
@@ -100,9 +100,9 @@ allowed_exports() {
 check_exports() {
   local exports name
   exports=$(symbols defined "$file" | cut -d' ' -f2)
-  for name in $(grep -vxEf <(allowed_exports) <<<"$exports"); do
+  while read -r name; do
     fault "exports $name"
-  done
+  done < <(grep . <<<"$exports" | grep -vxEf <(allowed_exports))
   for name in $(if [ "$kind" = table ]; then printf '%s\n' wbid version; else allowed_exports | grep -v '\*'; fi); do
     grep -qxF -- "$name" <<<"$exports" || fault "does not export $name"
   done
@@ -135,7 +135,7 @@ check() {
   local abi dynamic_section kind
   file=$1
   [ -r "$file" ] || fail "$file: cannot be read"
-  abi=$("$readelf" -hW "$file" 2>/dev/null | sed -n 's/^ *Machine: *//p')
+  abi=$("$readelf" -hW "$file" 2>/dev/null | sed -n 's/^ *Machine: *//p') || true
   [ -n "$abi" ] || fail "$file: not an ELF file"
   dynamic_section=$("$readelf" -dW "$file")
   case "${file##*/} $(dynamic NEEDED)" in
@@ -153,13 +153,14 @@ check() {
 
 stubs=
 if [ "${1-}" = --stubs ]; then
-  stubs=${2?--stubs needs a folder}
+  [ $# -ge 2 ] || fail "--stubs needs a folder; see --help"
+  stubs=$2
   [ -r "$stubs/libc.so" ] || fail "$stubs: no libc.so there"
   shift 2
 fi
 case ${1-} in
   -h | --help) usage && exit ;;
-  '' | -*) fail "usage: check-elf.sh [--stubs DIR] FILE..." ;;
+  '' | -*) fail "takes files; see --help" ;;
 esac
 
 faults=0

@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# Compares the C and C++ sources with clang-format 14. To mend: scripts/check-format.sh --fix
+# Compares the C and C++ sources with clang-format 14.
+#
+#   scripts/check-format.sh         fails if something is to be mended
+#   scripts/check-format.sh --fix   formats C and C++
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
@@ -18,8 +21,10 @@ mode=(--dry-run --Werror)
 case ${1-} in
   '') ;;
   --fix) mode=(-i) ;;
-  *) fail "usage: check-format.sh [--fix]" ;;
+  -h | --help) usage && exit ;;
+  *) fail "unknown option: $1; see --help" ;;
 esac
+[ $# -le 1 ] || fail "one option at a time; see --help"
 
 clang_format=$(find_clang_format)
 cd -- "$root"

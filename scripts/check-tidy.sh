@@ -3,6 +3,7 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
+no_arguments "$@"
 command -v clang-tidy-14 >/dev/null || fail "clang-tidy-14 is missing; scripts/bootstrap.sh test installs it"
 
 configure_and_build release

@@ -4,10 +4,27 @@ set -euo pipefail
 
 root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 jobs=$(nproc)
+# Those of the library and the builder.
+# shellcheck disable=SC2034 # for the scripts that source this
+source_folders=(aes builder cms diagnostics hash jni modes padding sm4 support tables)
+
+# The comment at a script's head is its help.
+usage() {
+  sed -n '2,/^set /{s/^# \{0,1\}//p}' "$0"
+}
 
 fail() {
   printf '%s: %s\n' "${0##*/}" "$*" >&2
   exit 1
+}
+
+# no_arguments ARGUMENT...: for a script that takes none.
+no_arguments() {
+  case ${1-} in
+    '') ;;
+    -h | --help) usage && exit ;;
+    *) fail "takes no arguments; see --help" ;;
+  esac
 }
 
 step() {
@@ -38,4 +55,18 @@ configure_and_build() {
   else
     logged "build/$preset.log" cmake --build --preset "$preset" -j "$jobs"
   fi
+}
+
+# renew_docs MARK FILE: puts the file behind "<!-- MARK -->" in docs/performance.md.
+renew_docs() {
+  awk -v mark="<!-- $1 -->" -v table="$2" '
+    /^<!-- end of / { inside = 0 }
+    !inside
+    $0 == mark {
+      inside = 1
+      print ""
+      while ((getline line <table) > 0) print line
+      print ""
+    }' "$root/docs/performance.md" >"$root/build/performance.md"
+  cp -- "$root/build/performance.md" "$root/docs/performance.md"
 }

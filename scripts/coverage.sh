@@ -12,9 +12,10 @@ html=no
 case ${1-} in
   '') ;;
   --html) html=yes ;;
-  -h | --help) sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" && exit ;;
+  -h | --help) usage && exit ;;
   *) fail "unknown argument: $1; see --help" ;;
 esac
+[ $# -le 1 ] || fail "one option at a time; see --help"
 
 trap took EXIT
 
@@ -32,7 +33,7 @@ pages=()
 # A branch that an exception takes is no decision of ours, and the library has none. What tests make of our headers is
 # left out. gcov leaves files where it runs: in the build folder.
 gcovr --root . --object-directory build/coverage --exclude-directories '.*/(tests|CompilerIdCX*)$' \
-  --filter '(aes|builder|cms|diagnostics|hash|jni|modes|padding|sm4|support|tables)/' \
+  --filter "($(IFS='|' && echo "${source_folders[*]}"))/" \
   --exclude-throw-branches --exclude-unreachable-branches -j "$jobs" --csv build/coverage.csv \
   ${pages+"${pages[@]}"} build/coverage 2>build/coverage.log || { cat build/coverage.log >&2 && fail "gcovr failed"; }
 

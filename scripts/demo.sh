@@ -7,10 +7,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 # The file's absolute path, so that a relative one stays right wherever the build goes.
 checked_file() {
   [ -e "$1" ] || fail "no such file: $1"

@@ -7,10 +7,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 docs=no
 case ${1-} in
   '') ;;
@@ -18,6 +14,7 @@ case ${1-} in
   -h | --help) usage && exit ;;
   *) fail "unknown option: $1; see --help" ;;
 esac
+[ $# -le 1 ] || fail "one option at a time; see --help"
 
 target=aarch64-linux-gnu
 compilers=("$target-g++" "clang++ --target=$target")
@@ -125,7 +122,7 @@ tabulate() {
 trap took EXIT
 
 step "Packages"
-"$root/scripts/bootstrap.sh" cross
+"$root/scripts/bootstrap.sh" estimate
 
 step "Estimate"
 build=$root/build/arm64
@@ -145,15 +142,6 @@ logged build/arm64.log cmake --preset arm64
 cat build/estimate-arm64.md
 
 if [ "$docs" = yes ]; then
-  awk -v table=build/estimate-arm64.md '
-    /^<!-- end of what was estimated -->$/ { inside = 0 }
-    !inside
-    /^<!-- estimated by scripts\/estimate-arm64.sh --docs -->$/ {
-      inside = 1
-      print ""
-      while ((getline line <table) > 0) print line
-      print ""
-    }' docs/performance.md >build/performance.md
-  cp -- build/performance.md docs/performance.md
+  renew_docs "estimated by scripts/estimate-arm64.sh --docs" build/estimate-arm64.md
   echo "docs/performance.md is new."
 fi

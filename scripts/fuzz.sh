@@ -10,10 +10,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 runs=
 seconds=10
 case ${1-} in
@@ -27,7 +23,8 @@ case ${1-} in
 esac
 limit=${runs:+-runs=$runs}
 limit=${limit:--max_total_time=$seconds}
-[[ ${limit#*=} =~ ^[1-9][0-9]*$ && $# -le 2 && (-z $runs || $# -le 1) ]] || fail "see --help"
+[[ ${limit#*=} =~ ^[1-9][0-9]*$ && $# -le 2 && (-z $runs || $# -le 1) ]] ||
+  fail "takes a target and a number of seconds, or --runs, a number and a target; see --help"
 
 cd -- "$root"
 targets=()

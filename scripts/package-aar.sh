@@ -15,10 +15,6 @@
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
-
 readelf=${READELF:-readelf}
 declare -A machines=([arm64-v8a]=AArch64 [armeabi-v7a]=ARM [x86_64]='Advanced Micro Devices X86-64' [x86]='Intel 80386')
 
@@ -82,13 +78,17 @@ abi_dirs=()
 jar=$root/build/release/wbkit.jar output=$root/build try_out=no
 while [ $# -gt 0 ]; do
   case $1 in
-    --abi-dir) abi_dirs+=("${2?--abi-dir needs ABI=DIR}") && shift 2 ;;
-    --jar) jar=${2?--jar needs a file} && shift 2 ;;
-    --output) output=${2?--output needs a folder} && shift 2 ;;
-    --try-out) try_out=yes && shift ;;
+    --try-out) try_out=yes && shift && continue ;;
     -h | --help) usage && exit ;;
+    --abi-dir | --jar | --output) [ $# -ge 2 ] || fail "$1 needs a value; see --help" ;;
     *) fail "unknown argument: $1; see --help" ;;
   esac
+  case $1 in
+    --abi-dir) abi_dirs+=("$2") ;;
+    --jar) jar=$2 ;;
+    --output) output=$2 ;;
+  esac
+  shift 2
 done
 if [ ${#abi_dirs[@]} -eq 0 ]; then
   for dir in "$root"/build/android-*/; do

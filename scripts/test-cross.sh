@@ -1,16 +1,13 @@
 #!/usr/bin/env bash
-# Builds everything but the Java classes for other architectures, and runs all tests under emulation.
+# Builds everything but the Java classes for other architectures, and runs the tests: for ARM under emulation, for
+# 32-bit x86 directly.
 #
 #   scripts/test-cross.sh [arm64|armhf|i386]...     default: all three
 #
-# The tests inside a JVM are left out: they would need a JVM of that architecture. So are runs with kernels that the
-# architecture does not have.
+# Left out are the tests inside a JVM and of packages, which would need a JVM of that architecture, those of time and of
+# the log, and repetitions for kernels that the architecture does not have.
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
-
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
 
 # Each line: the architecture, clang's name of it, the group of packages.
 architectures='
@@ -29,9 +26,9 @@ done
 
 trap took EXIT
 
-# The tests make table libraries with `clang`, which runs outside of the emulation: it has to be told for what. ARM's
-# loader here asks for objects that pass numbers in registers, or say so: tables pass none, and say nothing by
-# themselves.
+# The tests make table libraries with `clang`, which runs outside of the emulation: it has to be told for what. The
+# loader of armhf takes only objects marked as passing floating-point numbers in registers. Tables pass none, so nothing
+# marks them by itself.
 make_compiler() {
   local target=$1 folder=$2 clang
   clang=$(command -v clang)
@@ -71,6 +68,6 @@ for arch in "$@"; do
   PATH=$root/build/$arch/tools:$PATH ctest --preset "$arch" --timeout 5400
   programs=$(grep -c '^Test Passed\.$' "$root/build/$arch/Testing/Temporary/LastTest.log")
   summary+="$arch: $programs tests passed, which hold $(passed_tests "$arch") cases of C++, in"
-  summary+=" $(((SECONDS - begin) / 60)) min $(((SECONDS - begin) % 60)) s. Left out: what runs inside a JVM."$'\n'
+  summary+=" $(((SECONDS - begin) / 60)) min $(((SECONDS - begin) % 60)) s. Left out: see --help."$'\n'
 done
 printf '\n%s' "$summary"

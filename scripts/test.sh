@@ -1,14 +1,11 @@
 #!/usr/bin/env bash
-# Sets this machine up, builds everything, and runs all tests and checks.
+# Sets this machine up, builds everything, and runs its tests and checks. CONTRIBUTING.md has those
+# for other machines.
 #
 #   scripts/test.sh            all of it
 #   scripts/test.sh --quick    the tests of the release build alone
 set -euo pipefail
 . "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
-
-usage() {
-  sed -n '2,/^set /{s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}"
-}
 
 quick=no
 case ${1-} in
@@ -30,7 +27,7 @@ ctest --preset release
 passed="tests"
 
 if [ "$quick" = no ]; then
-  for check in check-format check-cppcheck check-tidy fuzz check-sanitizers check-threads; do
+  for check in check-format check-shell check-cppcheck check-tidy fuzz check-sanitizers check-threads; do
     step "Check: ${check#check-}"
     "$root/scripts/$check.sh"
     passed="$passed, ${check#check-}"

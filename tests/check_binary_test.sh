@@ -3,7 +3,7 @@
 #
 # check_binary_test.sh CHECK-BINARY FOLDER
 set -euo pipefail
-. "$(dirname -- "${BASH_SOURCE[0]}")/refuses_each.sh"
+. "$(dirname -- "${BASH_SOURCE[0]}")/support/refuses_each.sh"
 check=$1 folder=$2
 library=$folder/libwb_tables_x_1.so # of a table library, the fewest names are asked
 
@@ -28,8 +28,9 @@ case $(uname -m) in
 esac
 
 # The message about a fault, and what makes it.
-refuses_each "$check" "$library" -O2 -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "$marks=$all_marks" \
-  "$folder/x.c" -Wl,-soname,libwb_tables_x_1.so,--hash-style=both \
+refuses_each "$check" "$library" "$folder/x.c" \
+  -O2 -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "$marks=$all_marks" \
+  -Wl,-soname,libwb_tables_x_1.so,--hash-style=both \
   -Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,noexecstack,-z,relro,-z,now <<END
 |
 no stack protector|-fno-stack-protector

@@ -3,7 +3,7 @@
 #
 # check_elf_test.sh CHECK-ELF FOLDER
 set -euo pipefail
-. "$(dirname -- "${BASH_SOURCE[0]}")/refuses_each.sh"
+. "$(dirname -- "${BASH_SOURCE[0]}")/support/refuses_each.sh"
 check=$1 folder=$2
 library=$folder/libwb_tables_x_1.so
 
@@ -39,4 +39,5 @@ exports other|-DFAULT=const int other = 1;
 does not export version|-Dversion=sk
 takes later from outside|-DFAULT=extern int later; int *const sk = &later;
 END
+[[ $("$check" "$folder/x.c" 2>&1) == *"not an ELF file" ]] || { echo "FAIL: a text passes for a library"; exit 1; }
 echo "$count libraries, each as expected"

@@ -113,7 +113,8 @@ TEST_F(ConstantTime, OfExportedFunctions) {
             Bytes out(1000);
             int64_t len = 1000;
             int64_t status = -1;
-            EXPECT_EQ(errors_in([&] { status = row.run(arguments, out.data(), len); }), 0U) << row.op << kernels;
+            EXPECT_EQ(errors_in([&] { status = row.run(arguments, out.data(), len); }), 0U)
+                << row.op << ", " << kernels;
             EXPECT_EQ(status, 0) << row.op;
         }
     }

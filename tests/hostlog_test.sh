@@ -14,7 +14,10 @@ expect() {
   diff <(printf '%b' "$expected") <(lines "$@") || { echo "FAIL: $*"; exit 1; }
 }
 
-all='V/wbkit-log(PID): verbose\nD/wbkit-log(PID): debug\nI/wbkit-log(PID): info\nW/wbkit-log(PID): warning\nE/wbkit-log(PID): two\nE/wbkit-log(PID): lines\nF/wbkit-log(PID): fatal\n'
+all=
+for line in V:verbose D:debug I:info W:warning E:two E:lines F:fatal; do
+  all+="${line%:*}/wbkit-log(PID): ${line#*:}\\n"
+done
 expect "$all" env -u WBKIT_LOG_LEVEL "${program[@]}"
 expect "$all" env WBKIT_LOG_LEVEL=nonsense "${program[@]}"
 expect "${all#*debug\\n}" env WBKIT_LOG_LEVEL=I "${program[@]}"

@@ -32,7 +32,7 @@ layer_of() {
 }
 
 # The layer that a header belongs to; the two headers of the C surface that have none are for everybody.
-room_of() {
+layer_of_header() {
   case $1 in
     quen/status.h | quen/export.h) echo support ;;
     quen/natives.h) echo jni ;;
@@ -48,14 +48,13 @@ for folder in support padding cms hash diagnostics tables modes aes sm4 jni; do
   for file in "$folder"/*.h "$folder"/*.cpp; do
     [[ -e $file ]] || continue
     layer=$(layer_of "$file")
-    for header in $(sed -n 's/^#include "\(.*\)"$/\1/p' "$file"); do
-      room=$(room_of "$header")
+    while read -r header; do
       count=$((count + 1))
-      if [[ " $layer ${below[$layer]} " != *" $room "* ]]; then
+      if [[ " $layer ${below[$layer]} " != *" $(layer_of_header "$header") "* ]]; then
         echo "FAIL: $file includes $header"
         wrong=$((wrong + 1))
       fi
-    done
+    done < <(sed -n 's/^#include "\(.*\)"$/\1/p' "$file")
   done
 done
 # Fewer would mean that the includes were not found.

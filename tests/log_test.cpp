@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <unordered_set>
 
 #include "support/bytes.h"
@@ -73,7 +74,7 @@ TEST(Log, HasNoSecret) {
     ASSERT_NE(getenv("WBKIT_TEST_LOGS"), nullptr) << "runs behind all other tests";
     Secrets secrets;
     std::vector<std::string> lines;
-    Bytes planted;
+    Bytes known;
     for (const auto &entry : fs::directory_iterator(getenv("WBKIT_TEST_LOGS"))) {
         const auto found = lines_of(entry.path());
         if (entry.path().extension() != ".secrets") {
@@ -81,8 +82,8 @@ TEST(Log, HasNoSecret) {
             continue;
         }
         for (const std::string &line : found) {
-            planted = test::from_hex(line);
-            secrets.add(planted);
+            known = test::from_hex(line);
+            secrets.add(known);
         }
     }
     const size_t logged = lines.size();
@@ -100,9 +101,9 @@ TEST(Log, HasNoSecret) {
         EXPECT_FALSE(secrets.in(line)) << line;
     }
     // They would have been found.
-    ASSERT_GE(planted.size(), 8U);
-    const std::string hex = test::to_hex(planted).substr(0, 16);
-    for (const std::string &line : {std::string(planted.begin(), planted.end()), "key: " + hex, "0x" + hex,
+    ASSERT_GE(known.size(), 8U);
+    const std::string hex = test::to_hex(known).substr(0, 16);
+    for (const std::string &line : {std::string(known.begin(), known.end()), "key: " + hex, "0x" + hex,
                                     "a " + hex.substr(0, 4) + " " + hex.substr(4, 6) + ":" + hex.substr(10)}) {
         EXPECT_TRUE(secrets.in(line)) << line;
     }

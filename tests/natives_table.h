@@ -1,4 +1,4 @@
-// The 35 natives as a table: how each is called, what it asks of the virtual machine, the words of its messages, and
+// All 42 natives as a table: how each is called, what it asks of the virtual machine, the words of its messages, and
 // the exported function that computes the same.
 #pragma once
 

@@ -21,7 +21,8 @@ set(progress "${info}JNI_OnLoad\n${info}register natives!\n")
 set(failure "${error}${reason}\n${error}ERROR: registerNatives failed\n")
 
 set(classes "${FOLDER}/${CASE}-classes")
-execute_process(COMMAND "${JAVAC}" -cp "${JAR}:${ANNOTATIONS}" -d "${classes}" ${sources} "${SOURCE}" COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND "${JAVAC}" -cp "${JAR}:${ANNOTATIONS}" -d "${classes}" ${sources} "${SOURCE}"
+                COMMAND_ERROR_IS_FATAL ANY)
 
 foreach(level_and_log IN ITEMS "V|${progress}${failure}" "E|${failure}" "F|")
   string(REGEX MATCH "^(.)\\|(.*)$" ignored "${level_and_log}")

@@ -1,5 +1,6 @@
 #include "support/faults.h"
 
+#include <iostream>
 #include <regex>
 #include <set>
 
@@ -12,6 +13,19 @@ bool watching = false;
 int until_failure = 0; // requests to let through
 std::string failed;
 std::set<const void *> blocks;
+int injected = 0;
+
+// Told behind the last test; not all programs that can have failures do.
+class InjectedFailures : public testing::Environment {
+  public:
+    void TearDown() override {
+        if (injected > 0) {
+            std::cout << injected << " failures were injected\n";
+        }
+    }
+};
+[[maybe_unused]] const testing::Environment *const injected_failures =
+    testing::AddGlobalTestEnvironment(new InjectedFailures);
 
 std::string joined(const Lines &lines) {
     static const std::regex address("0x[0-9a-f]+");
@@ -69,6 +83,7 @@ Outcomes fail_each(int64_t good, const std::function<int64_t()> &call) {
             EXPECT_EQ(outcome, (Outcome{"", good, ""}));
             return outcomes;
         }
+        ++injected;
         if (outcomes.empty() || outcomes.back() != outcome) {
             outcomes.push_back(std::move(outcome));
         }
