@@ -6,6 +6,7 @@
 #include "quen/aes.h"
 #include "quen/status.h"
 #include "support/cpu.h"
+#include "support/secret.h"
 
 namespace wbkit {
 namespace {
@@ -27,6 +28,12 @@ bool is_usable(const tb_entry &key) {
            key.TboxesLast != nullptr;
 }
 
+[[gnu::noinline]] void shift_rows_in_place(uint8_t state[16]) {
+    uint8_t shifted[16];
+    shift_rows(state, shifted);
+    memcpy(state, shifted, sizeof shifted);
+}
+
 } // namespace
 
 const CipherFamily kAes{"Nr", is_usable, aes_kernels};
@@ -42,7 +49,6 @@ void Cipher(uint8_t state[16], tb_entry entry) {
 }
 
 void ShiftRows(uint8_t state[16]) {
-    uint8_t shifted[16];
-    wbkit::shift_rows(state, shifted);
-    memcpy(state, shifted, sizeof shifted);
+    wbkit::shift_rows_in_place(state);
+    wbkit::wipe_stack();
 }

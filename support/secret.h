@@ -9,6 +9,27 @@ namespace wbkit {
 // Overwrites memory with zeros, also where a compiler sees no reader any more.
 void wipe(void *data, size_t size);
 
+// Clears the general registers that a function need not keep: what is called next may push what is in them, as variadic
+// functions do.
+[[gnu::always_inline]] inline void clear_registers() {
+#if defined(__x86_64__)
+    asm volatile("xorl %%eax, %%eax\n\txorl %%ecx, %%ecx\n\txorl %%edx, %%edx\n\t"
+                 "xorl %%esi, %%esi\n\txorl %%edi, %%edi\n\txorl %%r8d, %%r8d\n\t"
+                 "xorl %%r9d, %%r9d\n\txorl %%r10d, %%r10d\n\txorl %%r11d, %%r11d"
+                 :
+                 :
+                 : "rax", "rcx", "rdx", "rsi", "rdi", "r8", "r9", "r10", "r11", "cc");
+#elif defined(__aarch64__)
+    asm volatile("mov x0, xzr\n\tmov x1, xzr\n\tmov x2, xzr\n\tmov x3, xzr\n\tmov x4, xzr\n\tmov x5, xzr\n\t"
+                 "mov x6, xzr\n\tmov x7, xzr\n\tmov x8, xzr\n\tmov x9, xzr\n\tmov x10, xzr\n\tmov x11, xzr\n\t"
+                 "mov x12, xzr\n\tmov x13, xzr\n\tmov x14, xzr\n\tmov x15, xzr\n\tmov x16, xzr\n\tmov x17, xzr"
+                 :
+                 :
+                 : "x0", "x1", "x2", "x3", "x4", "x5", "x6", "x7", "x8", "x9", "x10", "x11", "x12", "x13", "x14", "x15",
+                   "x16", "x17");
+#endif
+}
+
 // Overwrites the piece of the stack on which the functions that were just called worked: what their compiler put there
 // that has no name to wipe it by. Called by their caller, into which they must not be inlined. They take at most `size`
 // bytes, which depends on the compiler and its options: a test compares the stacks that operations leave. A stack
@@ -21,6 +42,7 @@ __attribute__((noinline, no_stack_protector)) void wipe_stack() {
     uint8_t stack[size < 65536 ? 65536 : size]; // every value has a place of its own
 #endif
     wipe(stack, sizeof stack);
+    clear_registers();
 }
 
 // Compares without telling by its time where the first difference is.

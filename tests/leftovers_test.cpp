@@ -17,6 +17,8 @@
 #include "modes/stream.h"
 #include "natives_table.h"
 #include "quen/hash.h"
+#include "quen/natives.h"
+#include "quen/wbkit.h"
 #include "sm4/block.h"
 #include "support/table_source.h"
 #include "support/watched_heap.h"
@@ -174,6 +176,47 @@ TEST(Leftovers, OfModes) {
     }
 }
 
+TEST(Leftovers, OfOtherFunctions) {
+    static uint8_t block[16];
+    static const uint8_t kPublic[100] = {};
+    static const tb_entry aes = aes_key(kTables.data());
+    tb_entry table = {};
+    table.table = kTables.data();
+    static const tb_entry sm4 = table;
+    const struct {
+        const char *name;
+        void (*call)(const uint8_t *secret);
+    } functions[] = {
+        {"aes_gcm_prepare_j0", [](auto *secret) { aes_gcm_prepare_j0(kPublic, 20, secret, out); }},
+        {"ghash", [](auto *secret) { ghash(secret, kPublic, 96, out); }},
+        {"gf_mult", [](auto *secret) { gf_mult(secret, secret + 16, out); }},
+        {"xor_block", [](auto *secret) { xor_block(out, secret); }},
+        {"shift_right_block", [](auto *secret) { shift_right_block(std::copy_n(secret, 16, block) - 16); }},
+        {"ShiftRows", [](auto *secret) { ShiftRows(std::copy_n(secret, 16, block) - 16); }},
+        {"Cipher", [](auto *secret) { Cipher(std::copy_n(secret, 16, block) - 16, aes); }},
+        {"wbsm4", [](auto *secret) { wbsm4(secret, out, sm4); }},
+        {"SHA-256",
+         [](auto *secret) {
+             static sha256_ctx hash;
+             sha256_init(&hash);
+             sha256_update(&hash, secret, 100);
+             sha256_transform(&hash, secret);
+             sha256_final(&hash, out);
+         }},
+        {"PKCS7Padding", [](auto *secret) { PKCS7Padding(secret, 1005, out, 16); }},
+        {"ISO10126Padding", [](auto *secret) { ISO10126Padding(secret, 1005, out, 16); }},
+        {"PKCS7unPadding",
+         [](auto *secret) {
+             std::copy_n(secret, 15, block);
+             block[15] = 3;
+             PKCS7unPadding(block, 16, out, 16);
+         }},
+    };
+    for (const auto &[name, call] : functions) {
+        expect_nothing_left(name, call);
+    }
+}
+
 #if UINTPTR_MAX > UINT32_MAX // elsewhere addresses cannot be told from other words
 
 // Every function behind a native, and the native itself. The secrets are the last tables of both keys, and with them
@@ -189,11 +232,15 @@ class Everything : public test::Natives {
         std::copy_n(bytes, len, at);
     }
 
-    static test::Arguments arguments(const test::NativeRow &row, const uint8_t *secret) {
+    static void make_secret(const uint8_t *secret) {
         overwrite("TboxesLast_k", secret, 4096);
         overwrite("table_s", secret, 4096);
         const std::string sk = test::to_hex(Bytes(secret, secret + 8));
         overwrite("sk", reinterpret_cast<const uint8_t *>(sk.data()), sk.size());
+    }
+
+    static test::Arguments arguments(const test::NativeRow &row, const uint8_t *secret) {
+        make_secret(secret);
         test::Arguments arguments = test::good_arguments(row, Bytes(secret + 100, secret + 400));
         arguments.arrays["key"] = Bytes(secret + 400, secret + 500);
         return arguments;
@@ -210,6 +257,44 @@ TEST_F(Everything, OfExportedFunctions) {
                 arguments = Everything::arguments(row, secret);
                 len = kLongest;
             });
+    }
+}
+
+TEST_F(Everything, OfSubkeysAndMetadata) {
+    const auto create_tag = [](auto function, const char *keyid) {
+        return [=](const uint8_t *secret) {
+            function(nullptr, kXorTable.data(), 50, kXorTable.data(), 20, secret, secret + 16, out, "natives", keyid,
+                     test::kNativesVersion);
+        };
+    };
+    expect_nothing_left("aes_gcm_create_tag", create_tag(aes_gcm_create_tag, "k"), make_secret);
+    expect_nothing_left("sm4_gcm_create_tag", create_tag(sm4_gcm_create_tag, "s"), make_secret);
+    expect_nothing_left(
+        "get_ekey",
+        [](const uint8_t *) { get_ekey(nullptr, "natives", "k", test::kNativesVersion, out, out + 256, out + 300); },
+        make_secret);
+}
+
+// What is computed to compare with a wrong token or tag is as secret as the right one.
+TEST_F(Everything, OfRefusedCalls) {
+    for (const test::NativeRow &row : test::natives()) {
+        for (const std::string wrong : {"hash", "input"}) {
+            if (!row.takes(wrong) || (wrong != "hash" && !(row.is("gcm") && row.decrypts()))) {
+                continue;
+            }
+            test::Arguments arguments;
+            expect_nothing_left(
+                row.op + " with a wrong " + wrong,
+                [&](const uint8_t *) {
+                    test::FakeJni jni;
+                    EXPECT_EQ(row(jni, arguments), row.refusal());
+                },
+                [&](const uint8_t *secret) {
+                    arguments = Everything::arguments(row, secret);
+                    arguments.arrays[wrong]->back() ^= 1;
+                    log_.take();
+                });
+        }
     }
 }
 

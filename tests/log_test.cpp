@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> lines_of(const fs::path &path) {
     std::ifstream file(path);
+    EXPECT_TRUE(file.is_open()) << path;
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         lines.push_back(line);
