@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Follows docs/guide.md from an empty folder: runs its blocks of "sh" with the files of its blocks of "java", compares
 # what the last command printed with its blocks of "text", checks the table libraries that came out for Android, and
-# compiles the Java of README.md.
+# compiles the Java and C of README.md. Follows the worked example of docs/table-library.md, too.
 #
 #   guide.sh SOURCES PREFIX FOLDER      PREFIX: where quen-wbkit is installed; FOLDER: is made anew
 set -euo pipefail
@@ -21,6 +21,7 @@ split_blocks() {
 }
 split_blocks "$sources/docs/guide.md" guide
 split_blocks "$sources/README.md" readme
+split_blocks "$sources/docs/table-library.md" format
 
 cd empty
 commands=0
@@ -54,3 +55,21 @@ table_libraries=(empty/app/src/main/jniLibs/*/libwb_tables_shop_[12].so)
   echo '}'
 } >readme/Readme.java
 javac -cp "$PREFIX/share/java/wbkit.jar" -d readme readme/Readme.java
+cc -std=c99 -Wall -Werror -I "$PREFIX/include" -L "$PREFIX/lib" blocks/readme-*.c -lquen-wbkit -o readme/example
+
+# The example's bytes, which lie in the file where they lie in memory.
+PATH=$PREFIX/bin:$PATH
+# shellcheck source=/dev/null
+. blocks/format-01.sh >symbols
+rows=0
+# shellcheck disable=SC2016 # Markdown's quotes
+while IFS='|' read -r _ where bytes _; do
+  IFS='`' read -r _ symbol from <<<"$where"
+  from=${from//[^0-9]/}
+  at=$((16#$(awk -v symbol="$symbol" '$3 == symbol {print $1}' symbols) + ${from:-0}))
+  expected=${bytes//[^0-9a-f]/}
+  found=$(od -An -v -tx1 -j "$at" -N $((${#expected} / 2)) demo/libwb_tables_example_7.so | tr -d ' \n')
+  [ "$found" = "$expected" ] || { echo "$where is $found, not $expected." >&2 && exit 1; }
+  rows=$((rows + 1))
+done < <(grep -E '^\| `[A-Za-z0-9_]+`(, from [0-9]+)? \| `[0-9a-f ]+` \|' "$sources/docs/table-library.md")
+[ "$rows" -ge 8 ] || { echo "The example has only $rows rows of bytes." >&2 && exit 1; }
