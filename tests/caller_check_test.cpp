@@ -84,25 +84,6 @@ TEST_F(CallerCheck, RefusesOtherTokens) {
     EXPECT_EQ(log_.take(), Lines{});
 }
 
-TEST_F(CallerCheck, RefusesLibrariesWithoutMetadata) {
-    const Bytes token(32);
-    EXPECT_EQ(check(token, "a", "cc-absent"), -1);
-    const Lines absent = log_.take();
-    ASSERT_EQ(absent.size(), 2U);
-    EXPECT_EQ(absent[0].text.find("open error:libwb_tables_cc-absent_1.so: "), 0U) << absent[0];
-    EXPECT_EQ(absent[1], error("WARN: get appid fail\n"));
-
-    const LoadedLibrary no_appid(library("cc5").without("appid"), "cc5", 1);
-    EXPECT_EQ(check(token, "a", "cc5"), -1);
-    EXPECT_EQ(log_.take(), Lines{error("WARN: get appid fail\n")});
-    const LoadedLibrary no_list(library("cc6").without("aes_keyids"), "cc6", 1);
-    EXPECT_EQ(check(token, "a", "cc6"), -1);
-    EXPECT_EQ(log_.take().back(), error("WARN: get appid fail\n"));
-    const LoadedLibrary no_sk(library("cc7").without("sk"), "cc7", 1);
-    EXPECT_EQ(check(token_for("cc7the app", ""), "a", "cc7"), -1);
-    EXPECT_EQ(log_.take(), Lines{error("ERR: get_sk_without_ak failed.\n")});
-}
-
 TEST_F(CallerCheck, TextsOfAnyLengthAreReadInPlace) {
     const std::string appid(500, 'i');
     const std::string whitelist = std::string(20000, '.') + "com.last";

@@ -1,5 +1,7 @@
 // Ciphertexts inside CMS messages, through the exported functions.
 
+#include <algorithm>
+#include <iterator>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -46,24 +48,16 @@ struct Row {
     test::ModeFunction mode;
     const char *key_id;
     int32_t cipheralg;
-    const char *refused_load; // of an unknown key
 };
 
 const Row kRows[] = {
-    {seal<aes_cms_WBkit_encrypt_cfb>, aes_cms_WBkit_decrypt_cfb, mode<aes_WBkit_encrypt_cfb>, "k128", 17,
-     "ERR: en_aes_cfb load Nr cms\n"},
-    {seal<aes_cms_WBkit_encrypt_ofb>, aes_cms_WBkit_decrypt_ofb, mode<aes_WBkit_encrypt_ofb>, "k192", 14,
-     "ERR: en_aes_ofb, load Nr cms\n"},
-    {seal<aes_cms_WBkit_encrypt_ctr>, aes_cms_WBkit_decrypt_ctr, mode<aes_WBkit_encrypt_ctr>, "k256", 11,
-     "ERR: en_aes_ctr, load Nr cms\n"},
-    {seal<wbsm4_cms_cfb_encrypt>, wbsm4_cms_cfb_decrypt, mode<wbsm4_cfb_encrypt>, "sm", 18,
-     "ERR: en_sm4_cfb, load table cms\n"},
-    {seal<wbsm4_cms_ofb_encrypt>, wbsm4_cms_ofb_decrypt, mode<wbsm4_ofb_encrypt>, "sm", 19,
-     "ERR: en_sm4_ofb, load table cms\n"},
-    {seal<wbsm4_cms_ctr_encrypt>, wbsm4_cms_ctr_decrypt, mode<wbsm4_ctr_encrypt>, "sm", 20,
-     "ERR: en_sm4_ctr, load table cms\n"},
+    {seal<aes_cms_WBkit_encrypt_cfb>, aes_cms_WBkit_decrypt_cfb, mode<aes_WBkit_encrypt_cfb>, "k128", 17},
+    {seal<aes_cms_WBkit_encrypt_ofb>, aes_cms_WBkit_decrypt_ofb, mode<aes_WBkit_encrypt_ofb>, "k192", 14},
+    {seal<aes_cms_WBkit_encrypt_ctr>, aes_cms_WBkit_decrypt_ctr, mode<aes_WBkit_encrypt_ctr>, "k256", 11},
+    {seal<wbsm4_cms_cfb_encrypt>, wbsm4_cms_cfb_decrypt, mode<wbsm4_cfb_encrypt>, "sm", 18},
+    {seal<wbsm4_cms_ofb_encrypt>, wbsm4_cms_ofb_decrypt, mode<wbsm4_ofb_encrypt>, "sm", 19},
+    {seal<wbsm4_cms_ctr_encrypt>, wbsm4_cms_ctr_decrypt, mode<wbsm4_ctr_encrypt>, "sm", 20},
 };
-const Row &kAesCtr = kRows[2];
 
 struct Opened {
     int32_t status;
@@ -185,8 +179,6 @@ TEST_F(EnvelopeTest, ReportsWhatTheModeOrThePackerSays) {
             out = untouched;
         }
         int32_t out_len = 200;
-        EXPECT_EQ(row.seal(dir().c_str(), kIv.data(), text, 0, {}, out.data(), &out_len, "cms", "nokey"), -70);
-        EXPECT_EQ(log_.take(), (Lines{error("load cms 3 err. alg not matched.\n"), error(row.refused_load)}));
         EXPECT_EQ(row.seal(dir().c_str(), kIv.data(), text, 3, {}, out.data(), &out_len, "cms", row.key_id),
                   row.cipheralg < 18 ? -1 : -2);
         EXPECT_EQ(log_.take(), Lines{});
@@ -247,21 +239,6 @@ TEST_F(EnvelopeTest, GcmCarriesItsTagAndAdditionalData) {
     EXPECT_EQ(log_.take(), Lines{});
 }
 
-TEST_F(EnvelopeTest, GcmPacksAMessageWithoutContentWhenItFails) {
-    Gcm unknown{.key_id = "nokey"};
-    EXPECT_EQ(unknown.seal(), (CmsFields{17, 7, unknown.carried, unknown.aad, Bytes(16, 0xee), unknown.iv, {}}));
-    const auto not_found = error("load cms 3 err. alg not matched.\n");
-    const auto not_loaded = error("ERR: en_aes_gcm, load Nr cms\n");
-    const auto no_number = error("FAIL: can't en/decrypt, cms\n");
-    EXPECT_EQ(log_.take(), (Lines{not_found, not_loaded, not_found, no_number}));
-    Gcm other_cipher{.key_id = "sm"};
-    EXPECT_EQ(other_cipher.seal().content, Bytes{});
-    EXPECT_EQ(log_.take(), (Lines{not_loaded, no_number}));
-    Gcm long_tag{.tag_len = 17, .key_id = "nokey"};
-    long_tag.seal(-1);
-    EXPECT_EQ(log_.take(), Lines{});
-}
-
 TEST_F(EnvelopeTest, WhatAMessageSaysOfItself) {
     const Bytes text = test::sample(20);
     for (const Row &row : kRows) {
@@ -293,6 +270,8 @@ TEST_F(EnvelopeTest, WhatAMessageSaysOfItself) {
 }
 
 TEST_F(EnvelopeTest, GcmNeedsATag) {
+    Gcm long_tag{.tag_len = 17, .key_id = "nokey"};
+    long_tag.seal(-1);
     Gcm gcm;
     CmsFields fields = gcm.seal();
     for (const size_t len : {0U, 3U, 17U}) {
@@ -307,42 +286,15 @@ TEST_F(EnvelopeTest, GcmNeedsATag) {
     EXPECT_EQ(open(aes_cms_WBkit_decrypt_gcm, test::pack_cms(fields).message, "k256").status, -93);
 }
 
-TEST_F(EnvelopeTest, HostileMessages) {
-    Gcm gcm;
-    const Bytes good[] = {sealed(kAesCtr, test::sample(20), 1, test::sample(200)), test::pack_cms(gcm.seal()).message};
-    const struct {
-        Open run;
-        const char *own;
-        const char *other;
-    } functions[] = {
-        {aes_cms_WBkit_decrypt_cfb, "k256", "sm"}, {aes_cms_WBkit_decrypt_ofb, "k256", "sm"},
-        {aes_cms_WBkit_decrypt_ctr, "k256", "sm"}, {aes_cms_WBkit_decrypt_gcm, "k256", "sm"},
-        {wbsm4_cms_cfb_decrypt, "sm", "k256"},     {wbsm4_cms_ofb_decrypt, "sm", "k256"},
-        {wbsm4_cms_ctr_decrypt, "sm", "k256"},
-    };
-    for (const auto &[function, own, other] : functions) {
-        for (const Bytes &message : good) {
-            // A key of the other cipher; GCM misses the tag before it looks for a key.
-            EXPECT_EQ(open(function, message, other).status,
-                      function == aes_cms_WBkit_decrypt_gcm && &message == good ? -93 : -70);
-            // Cut anywhere, with any byte changed: refused or taken for another message, never read or written beyond.
-            for (size_t i = 0; i < message.size(); ++i) {
-                open(function, Bytes(message.begin(), message.begin() + static_cast<ptrdiff_t>(i)), own);
-                Bytes changed = message;
-                changed[i] = static_cast<uint8_t>(changed[i] + 1 + 97 * i % 255);
-                open(function, changed, own);
-            }
-        }
-        for (uint32_t seed = 0; seed < 300; ++seed) {
-            open(function, test::sample(seed % 80, seed), own);
-        }
-        log_.take();
-        EXPECT_EQ(open(function, {0xff}, own).status, -20005);
+TEST_F(EnvelopeTest, NoMessageAtAll) {
+    std::vector<Open> functions = {aes_cms_WBkit_decrypt_gcm};
+    std::ranges::transform(kRows, std::back_inserter(functions), &Row::open);
+    for (const Open function : functions) {
         int64_t out_len = 77;
         uint8_t out = 0;
-        EXPECT_EQ(function(dir().c_str(), nullptr, 5, &out, &out_len, "cms", own, kVersion), -20005);
-        EXPECT_EQ(function(dir().c_str(), &out, -1, &out, &out_len, "cms", own, kVersion), -20005);
-        EXPECT_EQ(log_.take(), Lines(3, error("[error]: -20005")));
+        EXPECT_EQ(function(dir().c_str(), nullptr, 5, &out, &out_len, "cms", "k256", kVersion), -20005);
+        EXPECT_EQ(function(dir().c_str(), &out, -1, &out, &out_len, "cms", "k256", kVersion), -20005);
+        EXPECT_EQ(log_.take(), Lines(2, error("[error]: -20005")));
         EXPECT_EQ(out_len, 77);
     }
 }

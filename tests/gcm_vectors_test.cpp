@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "aes/gcm.h"
 #include "folded_vectors.h"
 #include "support/forced_kernels.h"
 
@@ -16,12 +15,10 @@ using test::Bytes;
 using test::FoldedVectors;
 using test::mode;
 using test::VectorCase;
-using wbkit::KernelRow;
 
 // What a GCM message needs besides its text.
 struct GcmCall {
     const test::Key &key;
-    tb_entry entry;
     Bytes iv;
     Bytes aad;
     size_t tag_len;
@@ -81,21 +78,6 @@ std::optional<Bytes> composed(const GcmCall &call, bool opens, const Bytes &in) 
     return call.joined(text, tag) == in ? std::optional(out) : std::nullopt;
 }
 
-std::optional<Bytes> through_gcm_kernel(const KernelRow &row, const GcmCall &call, bool opens, const Bytes &in) {
-    const wbkit::BlockCipher cipher{call.entry, row.encrypt};
-    const wbkit::GcmContext context{call.iv.data(), call.iv.size(), call.aad.data(), call.aad.size()};
-    Bytes out = opens ? call.text_of(in) : in;
-    Bytes tag(16);
-    if (!opens) {
-        wbkit::gcm_encrypt(cipher, context, out.data(), out.data(), out.size(), tag.data());
-        return call.joined(out, tag);
-    }
-    tag = call.tag_of(in);
-    const bool good = wbkit::gcm_decrypt(cipher, context, out.data(), out.data(), out.size(), tag.data(), call.tag_len);
-    EXPECT_TRUE(good || out == Bytes(out.size()));
-    return good ? std::optional(out) : std::nullopt;
-}
-
 // With the kernels of a set.
 GcmWay with_kernels(const char *names, const GcmWay &way) {
     return [names, way](const GcmCall &call, bool opens, const Bytes &in) {
@@ -115,14 +97,11 @@ TEST_P(GcmVectors, EveryWay) {
             ways[std::string("exported, ") + names] = with_kernels(names, exported);
         }
     }
-    for (const KernelRow &row : vectors.kernels()) {
-        ways[row.name] = std::bind_front(through_gcm_kernel, row);
-    }
     for (const VectorCase &each : vectors.cases()) {
         const test::Key &key = vectors.key(each);
         const Bytes text = each.bytes("msg");
         const Bytes tag = each.bytes("tag");
-        const GcmCall call{key, key.entry(), each.bytes("iv"), each.bytes("aad"), tag.size()};
+        const GcmCall call{key, each.bytes("iv"), each.bytes("aad"), tag.size()};
         const Bytes sealed = call.joined(each.bytes("ct"), tag);
         const bool wide = each.fields.contains("std_ct");
         for (const auto &[name, way] : ways) {

@@ -13,8 +13,6 @@ using test::error;
 using test::Lines;
 using test::TableSource;
 
-const Lines kInnerAk{error("ERR: inner ak is null")};
-
 class Metadata : public testing::Test {
   protected:
     void build(const TableSource &library, const std::string &wbid) { library.build(dir_.path(), wbid, 1); }
@@ -62,27 +60,6 @@ TEST_F(Metadata, GettersCopyTheirText) {
     EXPECT_EQ(log_.take(), Lines{});
 }
 
-TEST_F(Metadata, GettersRefuse) {
-    build(TableSource().header("m", 1), "m");
-    char out[16];
-    uint64_t len = 0;
-    for (const Getter getter : kGetters) {
-        EXPECT_EQ(getter(dir(), nullptr, 1, out, &len), -1);
-        EXPECT_EQ(getter(dir(), "m", 1, nullptr, &len), -1);
-        EXPECT_EQ(getter(dir(), "m", 1, out, nullptr), -1);
-        EXPECT_EQ(log_.take(), Lines{});
-        EXPECT_EQ(getter(dir(), "absent", 1, out, &len), -1);
-        EXPECT_EQ(log_.take().size(), 1U) << "the open error alone";
-    }
-    EXPECT_EQ(get_appid(dir(), "m", 1, out, &len), -1);
-    EXPECT_EQ(get_whitelist(dir(), "m", 1, out, &len), -1);
-    EXPECT_EQ(log_.take(), Lines{});
-
-    build(TableSource().header("nolist", 1).text("appid", "app").without("aes_keyids"), "nolist");
-    EXPECT_EQ(get_appid(dir(), "nolist", 1, out, &len), -1);
-    EXPECT_EQ(log_.take().size(), 1U);
-}
-
 TEST_F(Metadata, SkIsReleasedForItsAk) {
     build(TableSource().header("m", 1).text("sk", "secret").text("ak", "abc"), "m");
     EXPECT_EQ(sk("abc", "m"), "secret");
@@ -98,40 +75,22 @@ TEST_F(Metadata, SkIsReleasedForItsAk) {
     EXPECT_EQ(log_.take(), Lines{});
 }
 
-TEST_F(Metadata, SkIsRefused) {
+TEST_F(Metadata, NullsAreRefused) {
     char out[16];
     uint64_t len = 0;
-    EXPECT_EQ(sk(nullptr, "m"), "-1");
-    EXPECT_EQ(sk("abc", nullptr), "-1");
-    EXPECT_EQ(log_.take(), (Lines{error("ERR: sk param is null"), error("ERR: sk param is null")}));
+    for (const Getter getter : kGetters) {
+        EXPECT_EQ(getter(dir(), nullptr, 1, out, &len), -1);
+        EXPECT_EQ(getter(dir(), "m", 1, nullptr, &len), -1);
+        EXPECT_EQ(getter(dir(), "m", 1, out, nullptr), -1);
+    }
     EXPECT_EQ(get_sk(dir(), "abc", "m", 1, nullptr, &len), -1);
     EXPECT_EQ(get_sk(dir(), "abc", "m", 1, out, nullptr), -1);
     EXPECT_EQ(log_.take(), Lines{});
-
-    EXPECT_EQ(sk("abc", "absent"), "-1");
-    const Lines absent = log_.take();
-    ASSERT_EQ(absent.size(), 2U);
-    EXPECT_EQ(absent[0].text.find("open error:"), 0U);
-    EXPECT_EQ(absent[1], kInnerAk[0]);
-
-    build(TableSource().header("noak", 1).text("sk", "secret"), "noak");
-    EXPECT_EQ(sk("abc", "noak"), "-1");
-    EXPECT_EQ(log_.take(), kInnerAk);
-    build(TableSource().header("nosk", 1).text("ak", "abc"), "nosk");
-    EXPECT_EQ(sk("abc", "nosk"), "-1");
-    EXPECT_EQ(log_.take(), Lines{});
-}
-
-TEST_F(Metadata, SkWithoutAk) {
-    const Lines failed{error("ERR: get_sk_without_ak failed.\n")};
-    build(TableSource().header("m", 1).text("sk", "secret"), "m");
-    EXPECT_STREQ(get_sk_without_ak(dir(), "m", 1), "secret");
-    EXPECT_EQ(log_.take(), Lines{});
-    build(TableSource().header("nosk", 1), "nosk");
-    EXPECT_EQ(get_sk_without_ak(dir(), "nosk", 1), nullptr);
-    EXPECT_EQ(log_.take(), failed);
+    EXPECT_EQ(sk(nullptr, "m"), "-1");
+    EXPECT_EQ(sk("abc", nullptr), "-1");
+    EXPECT_EQ(log_.take(), Lines(2, error("ERR: sk param is null")));
     EXPECT_EQ(get_sk_without_ak(dir(), nullptr, 1), nullptr);
-    EXPECT_EQ(log_.take(), (Lines{error("open error:no wbid\n"), failed[0]}));
+    EXPECT_EQ(log_.take(), (Lines{error("open error:no wbid\n"), error("ERR: get_sk_without_ak failed.\n")}));
 }
 
 } // namespace

@@ -4,8 +4,8 @@
  * A native gets the JNI environment, an object that it ignores, and Java byte arrays; texts travel as byte arrays too
  * and end at their first zero byte, if they have one. It returns a new byte array, or null on failure with the reason
  * in the log. It throws nothing of its own: only if the virtual machine itself has no memory for an array is that
- * machine's OutOfMemoryError left pending. Arrays behind one whose elements could not be had are asked for all the same:
- * intended. Every array that it fetched is released before it returns, but for `hash` and `caller` of
+ * machine's OutOfMemoryError left pending. Arrays behind one whose elements could not be had are asked for all the
+ * same: intended. Every array that it fetched is released before it returns, but for `hash` and `caller` of
  * WBkit_SM4_OFB_encrypt: intended. */
 #ifndef QUEN_NATIVES_H
 #define QUEN_NATIVES_H

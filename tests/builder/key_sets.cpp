@@ -4,10 +4,8 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 
-#include <openssl/evp.h>
 #include <sys/stat.h>
 
 #include "support/captured_log.h"
@@ -36,21 +34,6 @@ wbtables::KeySpec signing_key_of(const std::string &id, Algorithm algorithm) {
 
 wbtables::KeySet key_set_of(std::vector<wbtables::KeySpec> keys) {
     return {"demo", 1, "com.example.demo", "com.example.demo", secret("the sk"), secret("the ak"), std::move(keys)};
-}
-
-Bytes openssl_blocks(const wbtables::KeySpec &key, const Bytes &in) {
-    const EVP_CIPHER *const ciphers[] = {EVP_aes_128_ecb(), EVP_aes_192_ecb(), EVP_aes_256_ecb(), EVP_sm4_ecb()};
-    const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX *)> context(EVP_CIPHER_CTX_new(),
-                                                                              EVP_CIPHER_CTX_free);
-    Bytes out(in.size() + 16);
-    int written = 0;
-    if (EVP_EncryptInit_ex(context.get(), ciphers[static_cast<int>(key.algorithm)], nullptr, key.value.data(),
-                           nullptr) != 1 ||
-        EVP_EncryptUpdate(context.get(), out.data(), &written, in.data(), static_cast<int>(in.size())) != 1) {
-        throw std::runtime_error("OpenSSL cannot encrypt");
-    }
-    out.resize(in.size());
-    return out;
 }
 
 void write_text(const std::filesystem::path &path, std::string_view text, mode_t mode) {

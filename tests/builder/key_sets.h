@@ -21,9 +21,6 @@ wbtables::KeySpec signing_key_of(const std::string &id, wbtables::Algorithm algo
 // wbid "demo", version 1 and these keys.
 wbtables::KeySet key_set_of(std::vector<wbtables::KeySpec> keys);
 
-// ECB by OpenSSL, called without the builder.
-Bytes openssl_blocks(const wbtables::KeySpec &key, const Bytes &in);
-
 void write_text(const std::filesystem::path &path, std::string_view text, mode_t mode = 0600);
 std::string read_text(const std::filesystem::path &path);
 

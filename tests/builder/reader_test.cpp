@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <numeric>
 #include <random>
 
@@ -140,58 +139,46 @@ TEST(Reader, FollowsPointersToTheFilesOwnSymbolsAlone) {
     }
 }
 
+test::TableSource sound() {
+    return test::TableSource()
+        .header("demo", 1)
+        .text("sk", "s")
+        .text("ak", "a")
+        .text("appid", "app")
+        .slots("sm4_keyids", {"s1"})
+        .slots("aes_keyids", {"a1"})
+        .aes_tables("a1", Bytes(16))
+        .sm4_table("s1");
+}
+
 TEST(Reader, NamesWhatATableLibraryLacks) {
-    using test::TableSource;
-    const struct {
-        const char *problem;
-        std::function<void(TableSource &)> damage;
-    } cases[] = {
-        {"symbol \"wbid\" is missing", [](TableSource &source) { source.without("wbid"); }},
-        {"symbol wbid is \"other\", but the file is named for \"demo\"",
-         [](TableSource &source) { source.text("wbid", "other"); }},
-        {"symbol version is 2, but the file is named for 1", [](TableSource &source) { source.number("version", 2); }},
-        {"symbol \"version\" is said to have 2 bytes, not 4",
-         [](TableSource &source) {
-             source.bytes("version", {1, 0});
-         }},
-        {"symbol \"sk\" is missing", [](TableSource &source) { source.without("sk"); }},
-        {"symbol ak is an empty text", [](TableSource &source) { source.text("ak", ""); }},
-        {"symbol appid has a text of 80 bytes, at most 79 are possible",
-         [](TableSource &source) { source.text("appid", std::string(80, 'a')); }},
-        {"symbol \"aes_keyids\" is missing", [](TableSource &source) { source.without("aes_keyids"); }},
-        {"slot 1 of aes_keyids has a text of 69 bytes, at most 68",
-         [](TableSource &source) {
-             source.slots("aes_keyids", {"a1", std::string(69, 'x')});
-         }},
-        {"slot 1 of aes_keyids is key \"a1\" again",
-         [](TableSource &source) {
-             source.slots("aes_keyids", {"a1", "a1"});
-         }},
-        {"slot 0 of sm4_keyids is \"a,b\", which is no key id",
-         [](TableSource &source) { source.slots("sm4_keyids", {"a,b"}); }},
-        {"key \"s1\" is in sm4_keyids and in aes_keyids",
-         [](TableSource &source) { source.slots("aes_keyids", {"s1"}); }},
-        {"has 212 characters, at most 209",
-         [](TableSource &source) {
-             source.slots("aes_keyids", {std::string(68, 'a'), std::string(68, 'b'), std::string(68, 'c'), "x"});
-         }},
-        {"symbol \"Nr_a1\" is 11, not 10, 12 or 14", [](TableSource &source) { source.number("Nr_a1", 11); }},
-        {"symbol \"Tyboxes192_a1\" is missing", [](TableSource &source) { source.number("Nr_a1", 12); }},
-        {"symbol \"Xor_a1\" is said to have 255 bytes, not 256",
-         [](TableSource &source) { source.bytes("Xor_a1", Bytes(255)); }},
-        {"symbol \"Xor_a1\": the loader changes its bytes",
-         [](TableSource &source) { source.slots("Xor_a1", {std::string(200, 'x')}); }},
-        {"symbol \"table_s1\" is missing", [](TableSource &source) { source.without("table_s1"); }},
+    const std::string a(68, 'a');
+    const std::string b(68, 'b');
+    const std::string c(68, 'c');
+    const std::pair<const char *, test::TableSource> cases[] = {
+        {"symbol \"wbid\" is missing", sound().without("wbid")},
+        {R"(symbol wbid is "other", but the file is named for "demo")", sound().text("wbid", "other")},
+        {"symbol version is 2, but the file is named for 1", sound().number("version", 2)},
+        {"symbol \"version\" is said to have 2 bytes, not 4", sound().bytes("version", {1, 0})},
+        {"symbol \"sk\" is missing", sound().without("sk")},
+        {"symbol ak is an empty text", sound().text("ak", "")},
+        {"symbol appid has a text of 80 bytes, at most 79 are possible", sound().text("appid", std::string(80, 'a'))},
+        {"symbol \"aes_keyids\" is missing", sound().without("aes_keyids")},
+        {"slot 1 of aes_keyids has a text of 69 bytes, at most 68", sound().slots("aes_keyids", {"a1", a + "a"})},
+        {"slot 1 of aes_keyids is key \"a1\" again", sound().slots("aes_keyids", {"a1", "a1"})},
+        {"slot 0 of sm4_keyids is \"a,b\", which is no key id", sound().slots("sm4_keyids", {"a,b"})},
+        {"key \"s1\" is in sm4_keyids and in aes_keyids", sound().slots("aes_keyids", {"s1"})},
+        {"has 212 characters, at most 209", sound().slots("aes_keyids", {a, b, c, "x"})},
+        {"symbol \"Nr_a1\" is 11, not 10, 12 or 14", sound().number("Nr_a1", 11)},
+        {"symbol \"Tyboxes192_a1\" is missing", sound().number("Nr_a1", 12)},
+        {"symbol \"Xor_a1\" is said to have 255 bytes, not 256", sound().bytes("Xor_a1", Bytes(255))},
+        {"symbol \"Xor_a1\": the loader changes its bytes", sound().slots("Xor_a1", {std::string(200, 'x')})},
+        {"symbol \"table_s1\" is missing", sound().without("table_s1")},
     };
-    for (const auto &each : cases) {
+    for (const auto &[problem, source] : cases) {
         const test::TempDir dir;
-        TableSource source;
-        source.header("demo", 1).text("sk", "s").text("ak", "a").text("appid", "app");
-        source.slots("sm4_keyids", {"s1"}).slots("aes_keyids", {"a1"});
-        source.aes_tables("a1", Bytes(16)).sm4_table("s1");
-        each.damage(source);
         const TableLibraryFile library(source.build(dir.path(), "demo", 1));
-        EXPECT_THAT(library.problems(), Contains(HasSubstr(each.problem)));
+        EXPECT_THAT(library.problems(), Contains(HasSubstr(problem)));
     }
 }
 

@@ -16,12 +16,14 @@
 #include "builder/check/table_check.h"
 #include "builder/check/verify_library.h"
 #include "builder/library.h"
+#include "builder/tables/nibble_code.h"
 #include "key_sets.h"
 #include "support/table_source.h"
 #include "support/temp_dir.h"
 
 namespace {
 
+using namespace std::string_view_literals;
 using test::Bytes;
 using wbtables::Algorithm;
 using wbtables::Findings;
@@ -144,62 +146,37 @@ TEST_F(Verify, SeesExchangedEntriesWithTheKeys) {
 constexpr const char *kEntry = "2a0236313210";
 constexpr size_t kBehindIv = 12 + 32;
 
+// What stands `offset` bytes behind the beginning of `from` becomes `to`.
 struct Damage {
-    const char *name;
-    void (*change)(std::string &file);
+    std::string_view from;
+    size_t offset;
+    std::string_view to;
     const char *problem;
 };
 
-void replace(std::string &file, std::string_view from, std::string_view to) {
-    const size_t at = file.find(from);
-    ASSERT_NE(at, std::string::npos) << from;
-    file.replace(at, from.size(), to);
-}
-void change_entry(std::string &file, size_t offset, std::string_view to) {
-    const size_t at = file.find(kEntry);
-    ASSERT_NE(at, std::string::npos);
-    file.replace(at + offset, to.size(), to);
-}
-
 const Damage kDamages[] = {
-    {"symbol",
-     [](auto &file) {
-         replace(file, {"Xor_a", 6}, {"Xor_q", 6});
-     },
-     "symbol \"Xor_a\" is missing\n"},
-    {"tables",
-     [](auto &file) {
-         replace(file, {"Xor_a", 6}, {"Xor_q", 6});
-     },
-     "key \"a\" is in the manifest, but has no complete tables\n"},
-    {"appid",
-     [](auto &file) {
-         replace(file, {"com.example.demo", 17}, {"com.example.demX", 17});
-     },
-     "appid is \"com.example.demX\", the manifest says \"com.example.demo\"\n"},
-    {"sk", [](auto &file) { replace(file, "the sk", "the sX"); }, "sk is not the manifest's\n"},
-    {"ak", [](auto &file) { replace(file, "the ak", "the aX"); }, "ak is not the manifest's\n"},
+    {"Xor_a\0"sv, 4, "q", "symbol \"Xor_a\" is missing\n"},
+    {"Xor_a\0"sv, 4, "q", "key \"a\" is in the manifest, but has no complete tables\n"},
+    {"com.example.demo\0"sv, 15, "X", "appid is \"com.example.demX\", the manifest says \"com.example.demo\"\n"},
+    {"the sk", 5, "X", "sk is not the manifest's\n"},
+    {"the ak", 5, "X", "ak is not the manifest's\n"},
     // encryptedContent becomes the tag, which has less room.
-    {"room", [](auto &file) { change_entry(file, kBehindIv, "42"); },
-     "signing entry 1 of 2: its tag has 32 bytes, at most 16 are possible\n"},
-    {"hex text", [](auto &file) { change_entry(file, kBehindIv, "x"); }, "are no hex text of a message\n"},
-    {"message", [](auto &file) { change_entry(file, 0, "2f"); },
-     "signing entry 1 of 2: it is the hex text of something other than a CMSEncryptedData\n"},
-    {"entry's id", [](auto &file) { change_entry(file, 6, "7a"); },
-     "signing entry 1 of 2: its key field is no hex text of a key id\n"},
-    {"other id", [](auto &file) { change_entry(file, 6, "32"); },
-     "key \"a\" is served with the signing entry of key \"ab\", which comes first\n"},
-    {"no entry", [](auto &file) { change_entry(file, 6, "32"); },
-     "key \"a\" has no signing entry for its signing_key\n"},
-    {"signing key", [](auto &file) { change_entry(file, kBehindIv + 4, "00000000"); },
-     "key \"a\" signs with another key than the manifest's signing_key\n"},
+    {kEntry, kBehindIv, "42", "signing entry 1 of 2: its tag has 32 bytes, at most 16 are possible\n"},
+    {kEntry, kBehindIv, "x", "are no hex text of a message\n"},
+    {kEntry, 0, "2f", "signing entry 1 of 2: it is the hex text of something other than a CMSEncryptedData\n"},
+    {kEntry, 6, "7a", "signing entry 1 of 2: its key field is no hex text of a key id\n"},
+    {kEntry, 6, "32", "key \"a\" is served with the signing entry of key \"ab\", which comes first\n"},
+    {kEntry, 6, "32", "key \"a\" has no signing entry for its signing_key\n"},
+    {kEntry, kBehindIv + 4, "00000000", "key \"a\" signs with another key than the manifest's signing_key\n"},
 };
 
 TEST_F(Verify, NamesWhatIsWrongWithTheFile) {
     for (const Damage &damage : kDamages) {
         file_ = intact();
-        damage.change(file_);
-        EXPECT_NE(problems().find(damage.problem), std::string::npos) << damage.name << ": " << problems();
+        const size_t at = file_.find(damage.from);
+        ASSERT_NE(at, std::string::npos) << damage.from;
+        file_.replace(at + damage.offset, damage.to.size(), damage.to);
+        EXPECT_NE(problems().find(damage.problem), std::string::npos) << damage.problem << " in:\n" << problems();
     }
 }
 
@@ -350,79 +327,42 @@ TEST_F(Verify, NamesWhatIsNotTheManifests) {
                                         "key \"ab\": value", "key \"sm\": value"}));
 }
 
-using Nibbles = std::array<uint8_t, 16>;
-
-Nibbles random_permutation(std::mt19937 &random) {
-    Nibbles out{};
-    std::iota(out.begin(), out.end(), uint8_t{0});
-    std::shuffle(out.begin(), out.end(), random);
-    return out;
-}
-
-// An invertible matrix as the images of all nibbles.
-Nibbles random_linear_map(std::mt19937 &random) {
-    for (;;) {
-        const auto columns = random();
-        Nibbles out{};
-        for (size_t x = 0; x < 16; ++x) {
-            for (size_t bit = 0; bit < 4; ++bit) {
-                out[x] ^= static_cast<uint8_t>((x >> bit & 1U) * (columns >> 4 * bit & 15U));
-            }
-        }
-        if (std::ranges::count(out, 0) == 1) { // of zero alone
-            return out;
-        }
-    }
-}
-
-// g(left(a) + right(b))
-Bytes xor_table(const Nibbles &g, const Nibbles &left, const Nibbles &right) {
-    Bytes table;
-    for (const uint8_t a : left) {
-        for (const uint8_t b : right) {
-            table.push_back(g[a ^ b]);
-        }
-    }
-    return table;
-}
-
-// All libraries of the format have an XOR table of the first kind; the second has permutations in rows and columns too.
+// Rows or columns in another order, or other values, are permutations in rows and columns too.
 TEST(TableCheck, TellsXorTablesThatCombineFourWords) {
     std::mt19937 random(7);
     const test::AesTables tables = test::fold_aes_key(test::sample(16));
+    wbtables::AesTablesView view{"k", 10, {}, tables.round_tables, tables.last_round};
+    const auto problems_with = [&view](const Bytes &xor_table) {
+        view.xor_table = xor_table;
+        return table_problems(view);
+    };
     for (int i = 0; i < 50; ++i) {
-        const Nibbles h = random_permutation(random);
-        Nibbles left{};
-        Nibbles right{};
-        const Nibbles of_a = random_linear_map(random);
-        const Nibbles of_b = random_linear_map(random);
-        const auto c = static_cast<uint8_t>(random() % 16);
-        for (size_t x = 0; x < 16; ++x) {
-            left[h[x]] = static_cast<uint8_t>(of_a[x] ^ c);
-            right[h[x]] = of_b[x];
+        const auto made = wbtables::NibbleCode(wbtables::EncodingKind::hardened).xor_table();
+        const Bytes good(made.begin(), made.end());
+        EXPECT_EQ(problems_with(good), std::vector<std::string>());
+        std::array<uint8_t, 16> other{};
+        std::iota(other.begin(), other.end(), uint8_t{0});
+        std::shuffle(other.begin(), other.end(), random);
+        Bytes rows = good;
+        Bytes columns = good;
+        Bytes values = good;
+        for (size_t at = 0; at < 256; ++at) {
+            rows[at] = good[size_t{other[at / 16]} * 16 + at % 16];
+            columns[at] = good[at / 16 * 16 + other[at % 16]];
+            values[at] = other[good[at]];
         }
-        wbtables::AesTablesView view{"k", 10, {}, tables.round_tables, tables.last_round};
-        const Bytes good = xor_table(h, left, right);
-        view.xor_table = good;
-        EXPECT_EQ(table_problems(view), std::vector<std::string>());
-        for (const Bytes &bad :
-             {xor_table(h, random_permutation(random), right), xor_table(h, left, random_permutation(random)),
-              xor_table(random_permutation(random), left, right)}) {
-            view.xor_table = bad;
-            EXPECT_EQ(
-                table_problems(view),
-                std::vector<std::string>{"key \"k\": the XOR table does not combine four words as an XOR, under no "
-                                         "encoding of nibbles"});
+        for (const Bytes &bad : {rows, columns, values}) {
+            EXPECT_EQ(problems_with(bad),
+                      std::vector<std::string>{"key \"k\": the XOR table does not combine four words as an XOR, under "
+                                               "no encoding of nibbles"});
         }
     }
-    Bytes plain = xor_table(random_permutation(random), random_permutation(random), random_permutation(random));
+    Bytes plain = tables.xor_table;
     plain[0x3A] = 17;
-    const std::vector<std::string> problems =
-        table_problems(wbtables::AesTablesView{"k", 10, plain, tables.round_tables, tables.last_round});
-    ASSERT_EQ(problems.size(), 3U);
-    EXPECT_EQ(problems[0], "key \"k\": entry [3][10] of the XOR table is 17, at most 15 is possible");
-    EXPECT_EQ(problems[1], "key \"k\": row 3 of the XOR table is no permutation of 0 to 15");
-    EXPECT_EQ(problems[2], "key \"k\": column 10 of the XOR table is no permutation of 0 to 15");
+    EXPECT_EQ(problems_with(plain),
+              (std::vector<std::string>{"key \"k\": entry [3][10] of the XOR table is 17, at most 15 is possible",
+                                        "key \"k\": row 3 of the XOR table is no permutation of 0 to 15",
+                                        "key \"k\": column 10 of the XOR table is no permutation of 0 to 15"}));
 }
 
 } // namespace
