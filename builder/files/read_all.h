@@ -1,6 +1,7 @@
 // Reads from an open file to its end.
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <system_error>
@@ -13,9 +14,13 @@ namespace wbtables {
 
 // Nothing if there are more than `longest` bytes. Throws std::system_error.
 inline std::optional<SecretBytes> read_all(int fd, std::size_t longest) {
-    SecretBytes bytes(longest + 1);
+    constexpr std::size_t kFirst = 4096;
+    SecretBytes bytes;
     std::size_t size = 0;
-    while (size < bytes.size()) {
+    while (size <= longest) {
+        if (size == bytes.size()) {
+            bytes.resize(std::min(longest + 1, std::max(kFirst, 2 * size)));
+        }
         const ssize_t count = ::read(fd, &bytes[size], bytes.size() - size);
         if (count == 0) {
             bytes.resize(size);
