@@ -32,13 +32,25 @@ symbols() {
     }' | sort -u
 }
 
+# "TYPE OFFSET ADDRESS SIZE FLAGS ALIGNMENT" of every program header, the size in memory.
+program_headers() {
+  "$readelf" -lW "$file" | awk '
+    $2 ~ /^0x/ && $3 ~ /^0x/ {
+      flags = "-"
+      for (i = 7; i < NF; ++i) flags = flags $i
+      print $1, $2, $3, $6, flags, $NF
+    }'
+}
+
 check_segments() {
-  local type offset address size flags align relro_end=0 mapped_end=0 stack=missing
+  local type offset address size flags align relro_end=0 mapped_end=0 last_page=-1 stack=missing
   while read -r type offset address size flags align; do
     case $type in
       LOAD)
         ((align >= page && align % page == 0)) || fault "a segment is aligned to $((align)) bytes"
         (((address - offset) % page == 0)) || fault "a segment lies in the file where it cannot be mapped from"
+        ((address / page > last_page)) || fault "a segment begins in the page where another one ends"
+        last_page=$(((address + size - 1) / page))
         mapped_end=$(((address + size + 4095) & ~4095)) # where pages are small
         [[ $flags != *W*E* ]] || fault "a segment is both writable and executable"
         ;;
@@ -49,18 +61,42 @@ check_segments() {
       GNU_STACK) stack=$flags ;;
       TLS) fault "thread-local variables, which Android has since API level 29" ;;
     esac
-  done < <("$readelf" -lW "$file" | awk '
-    $2 ~ /^0x/ && $3 ~ /^0x/ {
-      flags = "-"
-      for (i = 7; i < NF; ++i) flags = flags $i
-      print $1, $2, $3, $6, flags, $NF
-    }')
+  done < <(program_headers)
   ((relro_end > 0)) || fault "no RELRO segment"
   ((relro_end <= mapped_end)) || fault "RELRO ends at $relro_end, behind the last page, which loaders refuse"
   case $stack in
     missing) fault "no GNU_STACK segment: the stack would be executable" ;;
     *E*) fault "executable stack" ;;
   esac
+  for type in $(program_headers | grep -oE '^(DYNAMIC|GNU_RELRO|GNU_STACK|PHDR) ' | sort | uniq -d); do
+    fault "more than one header $type, and loaders differ in which one counts"
+  done
+}
+
+# One loader reads at a header's address, another one at its place in the file, a third where section headers say.
+check_places() {
+  local type offset address load_offset load_address load_size sections each
+  sections=$("$readelf" -SW "$file" | sed -nE 's/^.* DYNAMIC +[0-9a-f]+ +([0-9a-f]+) .*/0x\1/p')
+  while read -r type offset address _; do
+    while read -r _ load_offset load_address load_size _; do
+      ((address < load_address || address >= load_address + load_size ||
+        address - offset == load_address - load_offset)) ||
+        fault "header $type: its place in the file is not mapped to its address"
+    done < <(program_headers | grep '^LOAD ')
+    for each in $sections; do
+      [ "$type" != DYNAMIC ] || ((each == offset)) || fault "the section headers have the dynamic section elsewhere"
+    done
+  done < <(program_headers | grep -E '^(DYNAMIC|PHDR) ')
+}
+
+# Pointers to data need no others; for some of the others a loader runs code.
+check_relocations() {
+  local each good='NONE|RELATIVE|64|32|ABS64|ABS32|GLOB_DAT'
+  [ "$kind" = table ] || good='[^I].*'
+  for each in $("$readelf" -rW "$file" | grep -oE '\bR_[A-Z0-9_]+' | sort -u |
+    grep -vxE "R_(X86_64|386|AARCH64|ARM)_($good)"); do
+    fault "has a relocation $each"
+  done
 }
 
 check_dynamic() {
@@ -144,6 +180,8 @@ check() {
     *) kind=android ;;
   esac
   check_segments
+  check_places
+  check_relocations
   check_dynamic
   check_needed
   check_exports

@@ -1,5 +1,6 @@
 #include "builder/manifest/document.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <string_view>
@@ -19,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kLongestManifest = 1U << 20U;
+constexpr std::size_t kMostDots = 5000; // the longest whitelist has half of them
 
 SecretBytes read_manifest_file(const fs::path &path, std::string_view &exposure) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -58,8 +60,25 @@ std::string without_quotes_of_the_text(std::string_view description) {
     return out;
 }
 
+// Each dot of a dotted key puts a table into another, which the parser does not limit; whoever walks through them, and
+// its own destructors do, needs some stack for each.
+void refuse_too_many_dots(const fs::path &path, std::string_view text) {
+    std::size_t dots = 0;
+    const auto *const last = std::ranges::find_if(text, [&dots](char c) { return c == '.' && ++dots > kMostDots; });
+    if (last != text.end()) {
+        const std::string_view before(text.begin(), last);
+        const auto line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1;
+        Diagnostics diagnostics(path.string());
+        diagnostics.add(
+            {line, before.size() - before.rfind('\n')},
+            fmt::format("more than {} dots up to here: tables could stand too deep in each other", kMostDots));
+        diagnostics.throw_if_any();
+    }
+}
+
 toml::table parse(const fs::path &path, std::string_view &exposure) {
     const SecretBytes text = read_manifest_file(path, exposure);
+    refuse_too_many_dots(path, as_text(text));
     try {
         return toml::parse(as_text(text));
     } catch (const toml::parse_error &error) {
@@ -70,7 +89,7 @@ toml::table parse(const fs::path &path, std::string_view &exposure) {
     }
 }
 
-// NOLINTNEXTLINE(misc-no-recursion): the parser limits the depth
+// NOLINTNEXTLINE(misc-no-recursion): nested values and dots are limited
 void wipe(toml::node &node) {
     if (auto *const text = node.as_string()) {
         OPENSSL_cleanse(text->get().data(), text->get().size());

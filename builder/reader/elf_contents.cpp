@@ -30,9 +30,9 @@ bool ElfContents::is_writable(std::uint64_t address, std::uint64_t size) const {
         return segment.writable && address < segment.address + segment.memory_size &&
                (address >= segment.address || segment.address - address < size);
     });
-    return may_be && std::ranges::none_of(protections, [&](const ElfProtection &part) {
-               return address >= part.address && size <= part.size && address - part.address <= part.size - size;
-           });
+    const bool is_protected = protection && address >= protection->address && size <= protection->size &&
+                              address - protection->address <= protection->size - size;
+    return may_be && !is_protected;
 }
 
 std::optional<std::uint64_t> ElfContents::number(std::uint64_t address, std::size_t size) const {

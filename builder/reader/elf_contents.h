@@ -38,7 +38,7 @@ struct ElfSegment {
     bool executable;
 };
 
-// What the loader protects from writing once it has put addresses in.
+// What the loader protects from writing once it has put addresses in: whole pages, whatever their size.
 struct ElfProtection {
     std::uint64_t address;
     std::uint64_t size; // address + size does not overflow
@@ -53,13 +53,16 @@ struct ElfContents {
     SecretBytes file;
     std::string abi;
     std::size_t pointer_len = 0;
-    std::vector<ElfSegment> segments; // loadable ones, in order of address, apart from each other
+    std::vector<ElfSegment> segments; // loadable ones, in order of address, no two in one page
     std::uint64_t page_alignment = 0;
-    std::vector<ElfProtection> protections;
+    std::optional<ElfProtection> protection;
+    bool executable_stack = false;
     std::vector<ElfSymbol> symbols;         // sorted by name
     std::vector<std::string> names;         // of symbols that a loader may find, by index; empty: it passes this one by
     std::vector<std::string> functions;     // names of those that are code
+    std::size_t resolvers = 0;              // symbols whose address the loader asks code for
     std::vector<ElfRelocation> relocations; // sorted by address
+    std::vector<std::uint64_t> other_kinds; // of relocations that no table needs, as the file has them
     bool text_relocations = false;
     std::string soname;
     std::vector<std::string> needed;

@@ -58,12 +58,18 @@ class ElfFile {
     [[nodiscard]] std::string_view soname() const { return contents_.soname; }              // empty: none
     [[nodiscard]] std::uint64_t page_alignment() const { return contents_.page_alignment; } // least of the segments'
     [[nodiscard]] std::size_t relocations() const { return contents_.relocations.size(); }
+    // Their kinds, by the processor's ABI, if those are not the ones that a pointer to data needs.
+    [[nodiscard]] const std::vector<std::uint64_t> &other_relocations() const { return contents_.other_kinds; }
     [[nodiscard]] bool has_text_relocations() const { return contents_.text_relocations; }
     [[nodiscard]] const std::vector<std::string> &needed() const { return contents_.needed; }
     // Entries of the dynamic section for code that the loader runs, as in DT_INIT.
     [[nodiscard]] const std::vector<std::string_view> &initialisers() const { return contents_.initialisers; }
     [[nodiscard]] const std::vector<std::string> &functions() const { return contents_.functions; } // exported
     [[nodiscard]] std::size_t executable_segments() const;
+    // Symbols, exported or not, whose address the loader asks code of the library for.
+    [[nodiscard]] std::size_t resolvers() const { return contents_.resolvers; }
+    // Whether a process that loads it gets stacks that can be executed.
+    [[nodiscard]] bool has_executable_stack() const { return contents_.executable_stack; }
     [[nodiscard]] std::uint64_t file_size() const { return contents_.file.size(); }
 
   private:

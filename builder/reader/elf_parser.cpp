@@ -11,11 +11,11 @@
 
 #include "builder/reader/elf_hash_tables.h"
 #include "builder/reader/elf_relocations.h"
+#include "builder/reader/elf_segments.h"
 
 namespace wbtables {
 namespace {
 
-constexpr std::size_t kMostSegments = 1024;
 constexpr std::size_t kMostDynamicEntries = 4096;
 constexpr std::size_t kLongestName = 1024;
 
@@ -39,8 +39,7 @@ class ElfParser {
 
     ElfContents parse() {
         open();
-        read_segments();
-        read_dynamic();
+        read_dynamic(read_segments(elf_.get(), contents_));
         read_symbols();
         read_relocations();
         std::ranges::stable_sort(contents_.symbols, {}, &ElfSymbol::name);
@@ -71,56 +70,6 @@ class ElfParser {
         contents_.abi = machine_ != nullptr ? machine_->abi : fmt::format("machine {}", header.e_machine);
     }
 
-    void read_segments() {
-        std::size_t count = 0;
-        if (elf_getphdrnum(elf_.get(), &count) != 0 || count > kMostSegments) {
-            throw MalformedElf("has a table of segments that cannot be read");
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-            GElf_Phdr header;
-            if (gelf_getphdr(elf_.get(), static_cast<int>(i), &header) == nullptr) {
-                throw MalformedElf("has a table of segments that cannot be read");
-            }
-            if (header.p_type == PT_LOAD) {
-                add_segment(header);
-            } else if (header.p_type == PT_GNU_RELRO) {
-                add_protection(header);
-            } else if (header.p_type == PT_DYNAMIC) {
-                dynamic_ = header.p_vaddr;
-                dynamic_size_ = header.p_filesz;
-            }
-        }
-        if (contents_.segments.empty() || !dynamic_) {
-            throw MalformedElf("has nothing that can be loaded");
-        }
-    }
-
-    // A loader would map something else than its bytes if they overlapped or stood elsewhere in a page than in memory.
-    void add_segment(const GElf_Phdr &header) {
-        const std::uint64_t size = contents_.file.size();
-        if (header.p_filesz > header.p_memsz || header.p_offset > size || header.p_filesz > size - header.p_offset ||
-            header.p_vaddr + header.p_memsz < header.p_vaddr ||
-            (header.p_align > 1 && (header.p_vaddr - header.p_offset) % header.p_align != 0)) {
-            throw MalformedElf("has a segment that does not fit the file");
-        }
-        auto &segments = contents_.segments;
-        if (!segments.empty() && header.p_vaddr < segments.back().address + segments.back().memory_size) {
-            throw MalformedElf("has segments that overlap or are out of order");
-        }
-        contents_.page_alignment =
-            segments.empty() ? header.p_align : std::min(contents_.page_alignment, header.p_align);
-        segments.push_back({header.p_vaddr, header.p_memsz, static_cast<std::size_t>(header.p_offset),
-                            static_cast<std::size_t>(header.p_filesz), (header.p_flags & PF_W) != 0,
-                            (header.p_flags & PF_X) != 0});
-    }
-
-    void add_protection(const GElf_Phdr &header) {
-        if (header.p_vaddr + header.p_memsz < header.p_vaddr) {
-            throw MalformedElf("has a segment that does not fit the file");
-        }
-        contents_.protections.push_back({header.p_vaddr, header.p_memsz});
-    }
-
     // The file's bytes at an address as an array of `type`, in this machine's form.
     Elf_Data *array_at(std::uint64_t address, std::uint64_t size, Elf_Type type) {
         const auto bytes = contents_.bytes(address, size);
@@ -135,16 +84,20 @@ class ElfParser {
         return data;
     }
 
-    void read_dynamic() {
-        const std::uint64_t count = dynamic_size_ / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
+    void read_dynamic(const ElfDynamicSection &section) {
+        const std::uint64_t count = section.size / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
         if (count == 0 || count > kMostDynamicEntries) {
             throw MalformedElf("has a dynamic section that cannot be read");
         }
-        Elf_Data *const data = array_at(*dynamic_, dynamic_size_, ELF_T_DYN);
+        Elf_Data *const data = array_at(section.address, section.size, ELF_T_DYN);
         std::vector<std::uint64_t> needed;
-        for (std::uint64_t i = 0; i < count; ++i) {
+        for (std::uint64_t i = 0;; ++i) {
             GElf_Dyn entry;
-            if (gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr || entry.d_tag == DT_NULL) {
+            // A loader reads on to the last entry, whatever the program header says.
+            if (i == count || gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr) {
+                throw MalformedElf("has a dynamic section without an end");
+            }
+            if (entry.d_tag == DT_NULL) {
                 break;
             }
             note(entry, needed);
@@ -222,6 +175,7 @@ class ElfParser {
             // An absolute one does not move with the library; nothing here has such.
             const bool is_defined = symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS;
             symbol_addresses_.push_back(is_defined ? std::optional(symbol.st_value) : std::nullopt);
+            contents_.resolvers += GELF_ST_TYPE(symbol.st_info) == STT_GNU_IFUNC ? 1 : 0;
             const bool may_be_found = symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL;
             contents_.names.push_back(may_be_found ? text(symbol.st_name) : "");
             if (may_be_found && is_code(symbol)) {
@@ -248,28 +202,32 @@ class ElfParser {
     }
 
     void read_relocations() {
-        RelocationReader reader(contents_, machine_, [this](std::uint64_t index) {
-            return index < symbol_addresses_.size() ? symbol_addresses_[static_cast<std::size_t>(index)] : std::nullopt;
-        });
+        RelocationReader reader(contents_, machine_, symbol_addresses_);
         if (value(DT_RELR)) {
             reader.read_relr(*value(DT_RELR), value(DT_RELRSZ).value_or(0));
         }
-        read_entries(reader, DT_RELA, DT_RELASZ, ELF_T_RELA);
-        read_entries(reader, DT_REL, DT_RELSZ, ELF_T_REL);
-        read_entries(reader, DT_JMPREL, DT_PLTRELSZ, value(DT_PLTREL) == DT_RELA ? ELF_T_RELA : ELF_T_REL);
+        read_entries(reader, {DT_RELA, DT_RELASZ, ELF_T_RELA}, value(DT_RELACOUNT).value_or(0));
+        read_entries(reader, {DT_REL, DT_RELSZ, ELF_T_REL}, value(DT_RELCOUNT).value_or(0));
+        read_entries(reader, {DT_JMPREL, DT_PLTRELSZ, value(DT_PLTREL) == DT_RELA ? ELF_T_RELA : ELF_T_REL}, 0);
         reader.finish();
     }
 
-    void read_entries(RelocationReader &reader, std::int64_t table, std::int64_t size, Elf_Type type) {
-        const std::uint64_t count = value(size).value_or(0) / gelf_fsize(elf_.get(), type, 1, EV_CURRENT);
-        if (!value(table) || count == 0) {
+    struct RelocationTable {
+        std::int64_t address; // tags of the dynamic section
+        std::int64_t size;
+        Elf_Type type;
+    };
+
+    void read_entries(RelocationReader &reader, const RelocationTable &table, std::uint64_t relative) {
+        const std::uint64_t count = value(table.size).value_or(0) / gelf_fsize(elf_.get(), table.type, 1, EV_CURRENT);
+        if (!value(table.address) || count == 0) {
             return;
         }
-        Elf_Data *const data = array_at(*value(table), *value(size), type);
-        if (type == ELF_T_RELA) {
-            reader.read_rela(data, static_cast<std::size_t>(count));
+        Elf_Data *const data = array_at(*value(table.address), *value(table.size), table.type);
+        if (table.type == ELF_T_RELA) {
+            reader.read_rela(data, static_cast<std::size_t>(count), relative);
         } else {
-            reader.read_rel(data, static_cast<std::size_t>(count));
+            reader.read_rel(data, static_cast<std::size_t>(count), relative);
         }
     }
 
@@ -277,17 +235,34 @@ class ElfParser {
     std::unique_ptr<Elf, int (*)(Elf *)> elf_; // reads contents_.file, so it goes first
     int class_ = ELFCLASSNONE;
     const ElfMachine *machine_ = nullptr;
-    std::optional<std::uint64_t> dynamic_;
-    std::uint64_t dynamic_size_ = 0;
-    std::array<Dynamic, 25> tags_ = {
-        {{DT_STRTAB, {}},         {DT_STRSZ, {}},      {DT_SYMTAB, {}},       {DT_HASH, {}},
-         {DT_GNU_HASH, {}},       {DT_SONAME, {}},     {DT_TEXTREL, {}},      {DT_FLAGS, {}},
-         {DT_RELA, {}},           {DT_RELASZ, {}},     {DT_REL, {}},          {DT_RELSZ, {}},
-         {DT_JMPREL, {}},         {DT_PLTRELSZ, {}},   {DT_PLTREL, {}},       {DT_RELR, {}},
-         {DT_RELRSZ, {}},         {DT_INIT, {}},       {DT_INIT_ARRAY, {}},   {DT_INIT_ARRAYSZ, {}},
-         {DT_FINI, {}},           {DT_FINI_ARRAY, {}}, {DT_FINI_ARRAYSZ, {}}, {DT_PREINIT_ARRAY, {}},
-         {DT_PREINIT_ARRAYSZ, {}}}};
-    std::vector<std::optional<std::uint64_t>> symbol_addresses_; // by index
+    std::array<Dynamic, 27> tags_ = {{{DT_STRTAB, {}},
+                                      {DT_STRSZ, {}},
+                                      {DT_SYMTAB, {}},
+                                      {DT_HASH, {}},
+                                      {DT_GNU_HASH, {}},
+                                      {DT_SONAME, {}},
+                                      {DT_TEXTREL, {}},
+                                      {DT_FLAGS, {}},
+                                      {DT_RELA, {}},
+                                      {DT_RELASZ, {}},
+                                      {DT_REL, {}},
+                                      {DT_RELSZ, {}},
+                                      {DT_JMPREL, {}},
+                                      {DT_PLTRELSZ, {}},
+                                      {DT_PLTREL, {}},
+                                      {DT_RELR, {}},
+                                      {DT_RELRSZ, {}},
+                                      {DT_INIT, {}},
+                                      {DT_INIT_ARRAY, {}},
+                                      {DT_INIT_ARRAYSZ, {}},
+                                      {DT_FINI, {}},
+                                      {DT_FINI_ARRAY, {}},
+                                      {DT_FINI_ARRAYSZ, {}},
+                                      {DT_PREINIT_ARRAY, {}},
+                                      {DT_PREINIT_ARRAYSZ, {}},
+                                      {DT_RELACOUNT, {}},
+                                      {DT_RELCOUNT, {}}}};
+    RelocationReader::SymbolAddresses symbol_addresses_; // by index
 };
 
 } // namespace

@@ -1,5 +1,5 @@
 // Takes a shared object apart. Program headers and the dynamic section alone are read, as a loader does: section
-// headers may be missing, and nothing at run time depends on them.
+// headers may be missing, and where they are there they must not lead a loader elsewhere.
 #pragma once
 
 #include "builder/reader/elf_contents.h"

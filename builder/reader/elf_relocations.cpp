@@ -25,27 +25,26 @@ const ElfMachine *find_machine(unsigned machine, int elf_class) {
     return found == std::end(kMachines) ? nullptr : found;
 }
 
-void RelocationReader::read_rela(Elf_Data *data, std::size_t count) {
+void RelocationReader::read_rela(Elf_Data *data, std::size_t count, std::uint64_t relative) {
     for (std::size_t i = 0; i < count; ++i) {
         GElf_Rela entry;
         if (gelf_getrela(data, static_cast<int>(i), &entry) == nullptr) {
             throw MalformedElf("has relocations that cannot be read");
         }
-        if (GELF_R_TYPE(entry.r_info) != kNone) {
-            add(entry.r_offset, target_of(entry.r_info, static_cast<std::uint64_t>(entry.r_addend)));
-        }
+        read_entry({entry.r_offset, GELF_R_TYPE(entry.r_info), GELF_R_SYM(entry.r_info),
+                    static_cast<std::uint64_t>(entry.r_addend)},
+                   i < relative);
     }
 }
 
-void RelocationReader::read_rel(Elf_Data *data, std::size_t count) {
+void RelocationReader::read_rel(Elf_Data *data, std::size_t count, std::uint64_t relative) {
     for (std::size_t i = 0; i < count; ++i) {
         GElf_Rel entry;
         if (gelf_getrel(data, static_cast<int>(i), &entry) == nullptr) {
             throw MalformedElf("has relocations that cannot be read");
         }
-        if (GELF_R_TYPE(entry.r_info) != kNone) {
-            add(entry.r_offset, target_of(entry.r_info, addend_at(entry.r_offset)));
-        }
+        read_entry({entry.r_offset, GELF_R_TYPE(entry.r_info), GELF_R_SYM(entry.r_info), addend_at(entry.r_offset)},
+                   i < relative);
     }
 }
 
@@ -87,23 +86,37 @@ void RelocationReader::add(std::uint64_t address, std::optional<std::uint64_t> t
     contents_.relocations.push_back({address, machine_ == nullptr ? std::nullopt : target});
 }
 
-std::optional<std::uint64_t> RelocationReader::target_of(std::uint64_t info,
-                                                         std::optional<std::uint64_t> addend) const {
-    const std::uint64_t type = GELF_R_TYPE(info);
-    if (machine_ == nullptr || !addend) {
+void RelocationReader::read_entry(const Entry &entry, bool is_taken_for_relative) {
+    if (is_taken_for_relative && machine_ != nullptr && entry.kind != machine_->relative) {
+        throw MalformedElf("counts relocations as relative ones that are of another kind");
+    }
+    if (entry.kind == kNone) {
+        return;
+    }
+    if (!is_usual(entry)) {
+        contents_.other_kinds.push_back(entry.kind);
+    }
+    add(entry.address, target_of(entry));
+}
+
+// A loader looks at the symbol of any kind, also of one that no hash table leads to.
+bool RelocationReader::is_usual(const Entry &entry) const {
+    return machine_ != nullptr && (entry.symbol == 0 || entry.symbol < symbols_.size()) &&
+           (entry.kind == machine_->relative || entry.kind == machine_->absolute || entry.kind == machine_->global);
+}
+
+std::optional<std::uint64_t> RelocationReader::target_of(const Entry &entry) const {
+    if (!is_usual(entry) || !entry.addend) {
         return std::nullopt;
     }
-    if (type == machine_->relative) {
-        return addend;
+    if (entry.kind == machine_->relative) {
+        return entry.addend;
     }
-    const std::optional<std::uint64_t> symbol = symbol_address_(GELF_R_SYM(info));
-    if (symbol && type == machine_->absolute) {
-        return *symbol + *addend;
+    const auto symbol = entry.symbol == 0 ? std::nullopt : symbols_[static_cast<std::size_t>(entry.symbol)];
+    if (symbol && entry.kind == machine_->absolute) {
+        return *symbol + *entry.addend;
     }
-    if (symbol && type == machine_->global) {
-        return symbol;
-    }
-    return std::nullopt;
+    return symbol;
 }
 
 std::optional<std::uint64_t> RelocationReader::addend_at(std::uint64_t address) const {

@@ -3,9 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
-#include <utility>
+#include <vector>
 
 #include <gelf.h>
 
@@ -28,29 +27,38 @@ const ElfMachine *find_machine(unsigned machine, int elf_class);
 
 class RelocationReader {
   public:
-    // Where a symbol of the dynamic symbol table stands; nothing if it is another library's.
-    using SymbolAddress = std::function<std::optional<std::uint64_t>(std::uint64_t index)>;
+    // Where each symbol of the dynamic symbol table stands; nothing if it is another library's.
+    using SymbolAddresses = std::vector<std::optional<std::uint64_t>>;
 
-    // `machine` may be null: then no relocation has a target.
-    RelocationReader(ElfContents &contents, const ElfMachine *machine, SymbolAddress symbol_address)
-        : contents_(contents), machine_(machine), symbol_address_(std::move(symbol_address)) {}
+    // `machine` may be null: then no relocation has a target. `symbols` must outlive the reader.
+    RelocationReader(ElfContents &contents, const ElfMachine *machine, const SymbolAddresses &symbols)
+        : contents_(contents), machine_(machine), symbols_(symbols) {}
 
     // A table of entries with addends, of entries whose addends stand in place, and a packed one of relative ones
-    // alone.
-    void read_rela(Elf_Data *data, std::size_t count);
-    void read_rel(Elf_Data *data, std::size_t count);
+    // alone. A loader takes the first `relative` entries for relative ones without a look at them.
+    void read_rela(Elf_Data *data, std::size_t count, std::uint64_t relative);
+    void read_rel(Elf_Data *data, std::size_t count, std::uint64_t relative);
     void read_relr(std::uint64_t address, std::uint64_t size);
     // Sorts what was read.
     void finish();
 
   private:
+    struct Entry {
+        std::uint64_t address = 0;
+        std::uint64_t kind = 0;
+        std::uint64_t symbol = 0; // its index; 0: none
+        std::optional<std::uint64_t> addend;
+    };
+
+    void read_entry(const Entry &entry, bool is_taken_for_relative);
     void add(std::uint64_t address, std::optional<std::uint64_t> target);
-    [[nodiscard]] std::optional<std::uint64_t> target_of(std::uint64_t info, std::optional<std::uint64_t> addend) const;
+    [[nodiscard]] bool is_usual(const Entry &entry) const;
+    [[nodiscard]] std::optional<std::uint64_t> target_of(const Entry &entry) const;
     [[nodiscard]] std::optional<std::uint64_t> addend_at(std::uint64_t address) const;
 
     ElfContents &contents_;
     const ElfMachine *machine_;
-    SymbolAddress symbol_address_;
+    const SymbolAddresses &symbols_;
 };
 
 } // namespace wbtables

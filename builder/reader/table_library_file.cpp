@@ -58,6 +58,17 @@ class TableLibraryReader {
             report("it brings code: it exports {} function{}, {} for one; tables need none", elf_.functions().size(),
                    elf_.functions().size() == 1 ? "" : "s", in_quotes(elf_.functions().front()));
         }
+        if (elf_.resolvers() != 0) {
+            report("it brings code, which gives {} of its symbols their addresses; tables need none", elf_.resolvers());
+        }
+        if (!elf_.other_relocations().empty()) {
+            const std::size_t count = elf_.other_relocations().size();
+            report("it has {} relocation{} that no table needs, of kind {} for one; a loader may run code for {}",
+                   count, count == 1 ? "" : "s", elf_.other_relocations().front(), count == 1 ? "it" : "them");
+        }
+        if (elf_.has_executable_stack()) {
+            report("it makes the process's stack executable: its PT_GNU_STACK header says so or is missing");
+        }
     }
 
     // The names that the file bears, compared with what the library says of itself.

@@ -66,6 +66,15 @@ std::string header_with(const std::string &field, const std::string &line) {
     return text.replace(start, text.find('\n', start) - start, line);
 }
 
+// A name of tables in each other.
+std::string dotted(size_t dots) {
+    std::string name = "a";
+    for (size_t i = 0; i < dots; ++i) {
+        name += ".a";
+    }
+    return name;
+}
+
 struct Refusal {
     std::string manifest;
     std::string message;
@@ -83,6 +92,12 @@ const Refusal kRefusals[] = {
      "manifest.toml:6:1: key 1 has no id\nmanifest.toml:6:1: key 1 has no value"},
     {kHeader + "[key]\nid = 'pay'\n", "manifest.toml:6:1: key must be written as [[key]] tables"},
     {kHeader, "manifest.toml:1:1: no keys: a table library needs at least one [[key]]"},
+
+    {kHeader + dotted(5000) + " = 1\n" + key_table("pay"), "manifest.toml:6:1: unknown field \"a\""},
+    {kHeader + dotted(5001) + " = 1\n",
+     "manifest.toml:6:10002: more than 5000 dots up to here: tables could stand too deep in each other"},
+    {kHeader + "[" + dotted(4999) + "]\n" + dotted(2) + " = 1\n",
+     "manifest.toml:7:4: more than 5000 dots up to here: tables could stand too deep in each other"},
 
     // Types
     {header_with("wbid", "wbid = 1"), "manifest.toml:1:8: wbid must be a string"},

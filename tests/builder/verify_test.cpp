@@ -65,8 +65,12 @@ class Verify : public testing::Test {
     }
     std::string problems(const KeySet &set = keys()) const {
         std::string all;
-        for (const std::string &problem : verify(set).problems) {
-            all += problem + "\n";
+        try {
+            for (const std::string &problem : verify(set).problems) {
+                all += problem + "\n";
+            }
+        } catch (const wbtables::Error &error) {
+            all = error.what();
         }
         return all;
     }
@@ -194,6 +198,11 @@ TEST_F(Verify, NamesCodeAndWhatCanBeWrittenTo) {
         {"", ".text\n.globl f\nf: nop", "-Wl,-init=f,-fini=f", "it has DT_INIT, DT_FINI;"},
         {"", ".globl f\n.type f, %function\nf: nop", "", "it exports 1 function, \"f\" for one;"},
         {"", ".globl f\n.type f, %gnu_indirect_function\nf: nop", "", "it exports 1 function, \"f\" for one;"},
+        {"", ".globl f\n.type f, %gnu_indirect_function\nf: nop\n.data\n.dc.a f", "",
+         "it brings code, which gives 1 of its symbols their addresses;"},
+        {"", "f: nop\n.type f, %gnu_indirect_function\n.data\n.dc.a f", "",
+         "it has 1 relocation that no table needs, of kind "},
+        {"", "", "-Wl,-z,execstack", "it makes the process's stack executable:"},
         {"", "", "-Wl,--no-as-needed -lc", "it needs \"libc.so.6\";"},
         {"", "", "-Wl,--auxiliary=libother.so", "it needs \"libother.so\";"},
         {"", "", "-Wl,-N", "symbol \"Xor_a\" stands where it can be written to at run time"},
@@ -225,6 +234,97 @@ size_t place_of(const std::string &file, std::int64_t tag) {
         }
     }
     throw std::runtime_error("no such entry");
+}
+
+// Headers of a 64-bit library, and its first relocation.
+struct Headers {
+    Elf64_Ehdr file;
+    std::vector<Elf64_Phdr> program;
+    Elf64_Shdr no_section;
+    Elf64_Rela relocation;
+
+    Elf64_Phdr &of(unsigned type, size_t nth = 0) {
+        return *std::ranges::find_if(program, [&](auto &each) { return each.p_type == type && nth-- == 0; });
+    }
+    // PT_PHDR, which nobody needs, gives way to it.
+    void add(const Elf64_Phdr &header) { of(PT_PHDR) = header; }
+    void align_all(std::uint64_t alignment) { of(PT_LOAD).p_align = of(PT_LOAD, 1).p_align = alignment; }
+    // Two segments of the first one, the latter `shift` bytes further on in the file.
+    void split(std::uint64_t at, std::uint64_t shift = 0) {
+        Elf64_Phdr &rest = of(PT_LOAD);
+        add(rest);
+        of(PT_LOAD).p_filesz = of(PT_LOAD).p_memsz = at;
+        rest.p_vaddr += at;
+        rest.p_offset += at + shift;
+        rest.p_filesz = rest.p_memsz -= at + shift;
+    }
+};
+
+struct HeaderDamage {
+    void (*change)(Headers &headers);
+    const char *problem;
+};
+
+const HeaderDamage kHeaderDamages[] = {
+    {[](auto &h) { h.split(0x1740); }, "has segments that share a page of 4096 bytes"},
+    {[](auto &h) { h.split(0x3000); }, "has segments that share a page of 16384 bytes"},
+    // Only where pages are larger than the segments' alignment.
+    {[](auto &h) {
+         h.align_all(0x1000);
+         h.split(0x1000, 0x4000);
+     },
+     "has segments that share a page of 16384 bytes"},
+    {[](auto &h) {
+         h.align_all(1);
+         h.of(PT_LOAD, 1).p_offset += 8;
+     },
+     "has a segment that stands elsewhere in a page than in the file"},
+    {[](auto &h) { h.of(PT_LOAD).p_align = 0x6000; }, "has a segment that does not fit the file"},
+    {[](auto &h) {
+         h.no_section.sh_info = h.file.e_phnum;
+         h.file.e_phnum = PN_XNUM;
+     },
+     "has a table of segments that cannot be read"},
+    {[](auto &h) { h.of(PT_PHDR).p_vaddr += 8; }, "has a PT_PHDR header whose place in the file is not mapped to its"},
+    {[](auto &h) {
+         h.of(PT_PHDR).p_vaddr += 56;
+         h.of(PT_PHDR).p_offset += 56;
+     },
+     "has a PT_PHDR header that leads to other program headers than its own"},
+    {[](auto &h) { h.of(PT_DYNAMIC).p_offset += 16; }, "has a PT_DYNAMIC header whose place in the file is not mapped"},
+    {[](auto &h) { h.of(PT_DYNAMIC).p_filesz -= sizeof(Elf64_Dyn); }, "has a dynamic section without an end"},
+    {[](auto &h) { h.no_section.sh_type = SHT_DYNAMIC; }, "has section headers that do not lead to the same dynamic"},
+    {[](auto &h) { h.add(h.of(PT_DYNAMIC)); }, "has 2 PT_DYNAMIC headers, and loaders differ in which one counts"},
+    {[](auto &h) { h.add(h.of(PT_GNU_RELRO)); }, "has 2 PT_GNU_RELRO headers, and loaders differ in which one counts"},
+    {[](auto &h) { h.add(h.of(PT_GNU_STACK)); }, "has 2 PT_GNU_STACK headers, and loaders differ in which one counts"},
+    {[](auto &h) { h.of(PT_GNU_STACK).p_type = PT_NULL; }, "it makes the process's stack executable:"},
+    {[](auto &h) { h.of(PT_GNU_RELRO).p_memsz = 0x1000; },
+     "symbol aes_keyids stands where it can be written to at run time"},
+    {[](auto &h) { h.relocation.r_info = 0; }, "counts relocations as relative ones that are of another kind"},
+    {[](auto &h) { h.relocation.r_info |= std::uint64_t{9999} << 32U; }, "it has 1 relocation that no table needs, of"},
+};
+
+TEST_F(Verify, SeesWhatLoadersMapOrProtectOtherwise) {
+    if (sizeof(void *) != 8) {
+        GTEST_SKIP() << "reads 64-bit libraries";
+    }
+    for (const HeaderDamage &damage : kHeaderDamages) {
+        file_ = intact();
+        Headers headers;
+        headers.program.resize(static_cast<unsigned char>(file_[offsetof(Elf64_Ehdr, e_phnum)]));
+        const auto with_each = [&headers](auto copy) {
+            copy(0, headers.file);
+            for (size_t i = 0; i < headers.program.size(); ++i) {
+                copy(headers.file.e_phoff + i * sizeof(Elf64_Phdr), headers.program[i]);
+            }
+            copy(headers.file.e_shoff, headers.no_section);
+            copy(place_of(intact(), DT_RELA), headers.relocation);
+        };
+        with_each([this](size_t at, auto &header) { std::memcpy(&header, &file_[at], sizeof header); });
+        damage.change(headers);
+        with_each([this](size_t at, const auto &header) { std::memcpy(&file_[at], &header, sizeof header); });
+        EXPECT_NE(problems().find(damage.problem), std::string::npos) << damage.problem << " in:\n" << problems();
+    }
 }
 
 // The file's symbols stay as they are.
