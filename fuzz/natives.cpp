@@ -1,6 +1,6 @@
 // Every native in a recording environment: arrays of any bytes, null, empty and long ones, and a virtual machine that
 // has no more memory. The environment sees whether each array is released; what succeeds is what the exported function
-// computes.
+// computes, and what an admitted caller is refused is what that function refuses.
 
 #include <algorithm>
 #include <cstdlib>
@@ -44,13 +44,39 @@ std::vector<Case> cases() {
 
 constexpr size_t kLong = 10000; // several fit the room of what is expected
 
+// Whether nobody but the exported function has a reason to refuse the call.
+bool is_admitted(const Case &tried, const Arguments &arguments) {
+    const test::NativeRow &row = tried.row;
+    const auto is_good = [&](const char *name) {
+        return !row.takes(name) || arguments.arrays.at(name) == tried.good.arrays.at(name);
+    };
+    const jint padding = arguments.numbers.at("padding");
+    // Where the exported function is called, the tag is the end of the input.
+    const bool has_tag = !(row.op == "de_aes_gcm" && arguments[row.input()].size() < 16);
+    return refused.empty() && is_good("hash") && is_good("caller") && is_good("wbid") &&
+           arguments.numbers.at("version") == test::kNativesVersion && has_tag &&
+           (!row.takes("padding") || (padding >= 0 && padding <= 2));
+}
+
+// What the exported function computes, unless it is a message for which the native has no room.
+test::Answer expected(const test::NativeRow &row, const Arguments &arguments) {
+    std::srand(1);
+    test::Answer answer = row.expected(arguments);
+    if (!row.is("en_cms_") || answer == row.refusal()) {
+        return answer;
+    }
+    const size_t room = arguments["input"].size() + arguments["key"].size() + (row.is("gcm") ? 208 : 160);
+    return std::get<0>(answer)->size() <= room ? answer : row.refusal();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const std::vector<Case> all = cases();
     FuzzedDataProvider in(data, size);
-    const auto &[row, good] = all[in.ConsumeIntegralInRange<size_t>(0, all.size() - 1)];
-    Arguments arguments = good;
+    const Case &tried = all[in.ConsumeIntegralInRange<size_t>(0, all.size() - 1)];
+    const test::NativeRow &row = tried.row;
+    Arguments arguments = tried.good;
     test::FakeJni jni;
     refused.clear();
     for (const std::string &name : row.arrays()) {
@@ -88,9 +114,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         // Without bytes its pointer is null where the exported function is called, which minds it of an iv.
         return array && !refused.contains("elements " + name) && (name != "iv" || !array->empty());
     });
-    if (comparable && answer != row.refusal()) {
-        std::srand(1);
-        EXPECT_EQ(answer, row.expected(arguments)) << row.op;
+    if (comparable && (answer != row.refusal() || is_admitted(tried, arguments))) {
+        EXPECT_EQ(answer, expected(row, arguments)) << row.op;
     }
     test::CapturedLog().take();
     return 0;

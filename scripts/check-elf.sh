@@ -89,9 +89,9 @@ check_places() {
   done < <(program_headers | grep -E '^(DYNAMIC|PHDR) ')
 }
 
-# Pointers to data need no others; for some of the others a loader runs code.
+# Pointers need no others; for some of the others a loader runs code.
 check_relocations() {
-  local each good='NONE|RELATIVE|64|32|ABS64|ABS32|GLOB_DAT'
+  local each good='NONE|RELATIVE|64|32|ABS64|ABS32|GLOB_DAT|JUMP_SLOT'
   [ "$kind" = table ] || good='[^I].*'
   for each in $("$readelf" -rW "$file" | grep -oE '\bR_[A-Z0-9_]+' | sort -u |
     grep -vxE "R_(X86_64|386|AARCH64|ARM)_($good)"); do

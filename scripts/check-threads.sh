@@ -12,6 +12,9 @@ no_arguments "$@"
 
 trap took EXIT
 
+step "Packages"
+"$root/scripts/bootstrap.sh" test
+
 step "Build"
 # What runs inside the JVM, and its table libraries. The demo leaves tests out of this build.
 configure_and_build release -DWBKIT_BUILD_TESTS=ON

@@ -38,7 +38,8 @@ std::vector<std::string> sound_libraries() {
     std::vector<std::string> libraries;
     for (const std::string flags : kLinks) {
         const std::string command = "cd '" + dir.string() + "' && clang " + flags + " -shared -nostdlib -fuse-ld=lld " +
-                                    "-Wl,-soname,libwb_tables_demo_1.so -o library tables.s";
+                                    "-Wl,-z,max-page-size=16384,-z,common-page-size=16384,-z,relro,-z,noexecstack " +
+                                    "-Wl,-soname," + file_name(sound_keys()) + " -o library tables.s";
         if (std::system(command.c_str()) != 0) {
             throw std::runtime_error("cannot run: " + command);
         }
