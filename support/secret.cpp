@@ -24,7 +24,9 @@ bool equal_in_constant_time(const void *a, const void *b, size_t size) {
         // The compiler must not know when the result is settled, or it could leave the loop then.
         asm volatile("" : "+r"(difference));
     }
-    return difference == 0;
+    const bool equal = difference == 0;
+    clear_registers();
+    return equal;
 }
 
 int32_t order_in_constant_time(const void *a, const void *b, size_t size) {
@@ -39,6 +41,7 @@ int32_t order_in_constant_time(const void *a, const void *b, size_t size) {
         order = (difference & differs) | (order & ~differs);
         asm volatile("" : "+r"(order)); // as above
     }
+    clear_registers();
     return order;
 }
 

@@ -9,8 +9,8 @@ namespace wbkit {
 // Overwrites memory with zeros, also where a compiler sees no reader any more.
 void wipe(void *data, size_t size);
 
-// Clears the general registers that a function need not keep: what is called next may push what is in them, as variadic
-// functions do.
+// Clears the registers that a function need not keep: what is called next may push what is in them, as variadic
+// functions do. On ARM64 these push vector registers too, if they take arguments.
 [[gnu::always_inline]] inline void clear_registers() {
 #if defined(__x86_64__)
     asm volatile("xorl %%eax, %%eax\n\txorl %%ecx, %%ecx\n\txorl %%edx, %%edx\n\t"
@@ -22,11 +22,13 @@ void wipe(void *data, size_t size);
 #elif defined(__aarch64__)
     asm volatile("mov x0, xzr\n\tmov x1, xzr\n\tmov x2, xzr\n\tmov x3, xzr\n\tmov x4, xzr\n\tmov x5, xzr\n\t"
                  "mov x6, xzr\n\tmov x7, xzr\n\tmov x8, xzr\n\tmov x9, xzr\n\tmov x10, xzr\n\tmov x11, xzr\n\t"
-                 "mov x12, xzr\n\tmov x13, xzr\n\tmov x14, xzr\n\tmov x15, xzr\n\tmov x16, xzr\n\tmov x17, xzr"
+                 "mov x12, xzr\n\tmov x13, xzr\n\tmov x14, xzr\n\tmov x15, xzr\n\tmov x16, xzr\n\tmov x17, xzr\n\t"
+                 "movi v0.2d, #0\n\tmovi v1.2d, #0\n\tmovi v2.2d, #0\n\tmovi v3.2d, #0\n\t"
+                 "movi v4.2d, #0\n\tmovi v5.2d, #0\n\tmovi v6.2d, #0\n\tmovi v7.2d, #0"
                  :
                  :
                  : "x0", "x1", "x2", "x3", "x4", "x5", "x6", "x7", "x8", "x9", "x10", "x11", "x12", "x13", "x14", "x15",
-                   "x16", "x17");
+                   "x16", "x17", "v0", "v1", "v2", "v3", "v4", "v5", "v6", "v7");
 #endif
 }
 

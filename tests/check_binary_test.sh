@@ -30,8 +30,8 @@ int appid(void) {
 FAULT
 #endif
 END
-case $(uname -m) in
-  aarch64)
+case $(clang -dumpmachine) in
+  aarch64*)
     marks=-mbranch-protection all_marks=standard other_marks=none mark=BTI
     forced=-Wl,-z,force-bti,-z,pac-plt
     ;;
