@@ -315,9 +315,9 @@ TEST_F(Verify, SeesWhatLoadersMapOrProtectOtherwise) {
         const auto with_each = [&headers](auto copy) {
             copy(0, headers.file);
             for (size_t i = 0; i < headers.program.size(); ++i) {
-                copy(headers.file.e_phoff + i * sizeof(Elf64_Phdr), headers.program[i]);
+                copy(static_cast<size_t>(headers.file.e_phoff) + i * sizeof(Elf64_Phdr), headers.program[i]);
             }
-            copy(headers.file.e_shoff, headers.no_section);
+            copy(static_cast<size_t>(headers.file.e_shoff), headers.no_section);
             copy(place_of(intact(), DT_RELA), headers.relocation);
         };
         with_each([this](size_t at, auto &header) { std::memcpy(&header, &file_[at], sizeof header); });
