@@ -57,7 +57,7 @@ class LibraryFile {
 
 // What of a library the manifest decides.
 std::string deciding(const wbtables::TableLibraryFile &library) {
-    std::string all = library.appid() + '\0' + library.whitelist().value_or("") + '\0';
+    std::string all = library.appid() + '\0' + (library.whitelist() ? "=" + *library.whitelist() : "") + '\0';
     const auto add = [&all](const auto &bytes) { all.append(bytes.begin(), bytes.end()).push_back('\0'); };
     add(library.sk());
     add(library.ak());

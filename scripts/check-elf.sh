@@ -75,14 +75,15 @@ check_segments() {
 
 # One loader reads at a header's address, another one at its place in the file, a third where section headers say.
 check_places() {
-  local type offset address load_offset load_address load_size sections each
+  local type offset address load_offset load_address load_size mapped sections each
   sections=$("$readelf" -SW "$file" | sed -nE 's/^.* DYNAMIC +[0-9a-f]+ +([0-9a-f]+) .*/0x\1/p')
   while read -r type offset address _; do
+    mapped=no
     while read -r _ load_offset load_address load_size _; do
       ((address < load_address || address >= load_address + load_size ||
-        address - offset == load_address - load_offset)) ||
-        fault "header $type: its place in the file is not mapped to its address"
+        address - offset != load_address - load_offset)) || mapped=yes
     done < <(program_headers | grep '^LOAD ')
+    [ "$mapped" = yes ] || fault "header $type: its place in the file is not mapped to its address"
     for each in $sections; do
       [ "$type" != DYNAMIC ] || ((each == offset)) || fault "the section headers have the dynamic section elsewhere"
     done

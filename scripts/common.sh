@@ -1,6 +1,7 @@
 # Sourced by the other scripts: where the project is, and what several of them do.
 # shellcheck shell=bash
 set -euo pipefail
+export LC_ALL=C.UTF-8 # what other programs print is read
 
 root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 jobs=$(nproc)
@@ -20,8 +21,8 @@ fail() {
 
 # no_arguments ARGUMENT...: for a script that takes none.
 no_arguments() {
-  case ${1-} in
-    '') ;;
+  [ $# -gt 0 ] || return 0
+  case $1 in
     -h | --help) usage && exit ;;
     *) fail "takes no arguments; see --help" ;;
   esac

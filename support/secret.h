@@ -9,8 +9,8 @@ namespace wbkit {
 // Overwrites memory with zeros, also where a compiler sees no reader any more.
 void wipe(void *data, size_t size);
 
-// Clears the registers that a function need not keep: what is called next may push what is in them, as variadic
-// functions do. On ARM64 these push vector registers too, if they take arguments.
+// On 64-bit machines, clears the registers that a function need not keep: what is called next may push what is in them,
+// as variadic functions do. On ARM64 these push vector registers too, if they take arguments.
 [[gnu::always_inline]] inline void clear_registers() {
 #if defined(__x86_64__)
     asm volatile("xorl %%eax, %%eax\n\txorl %%ecx, %%ecx\n\txorl %%edx, %%edx\n\t"

@@ -3,6 +3,7 @@
 #
 # check_elf_test.sh CHECK-ELF FOLDER
 set -euo pipefail
+export LC_ALL=C
 . "$(dirname -- "${BASH_SOURCE[0]}")/support/refuses_each.sh"
 check=$1 folder=$2
 library=$folder/libwb_tables_x_1.so
@@ -60,7 +61,9 @@ END
 # Bytes of headers, which no linker sets like this: the address in PT_PHDR, the first one, and the type of a section.
 clang -shared -nostdlib -fuse-ld=lld -o "$folder/whole.so" "$folder/x.c"
 sections=$(readelf -hW "$folder/whole.so" | sed -n 's/.*Start of section headers: *\([0-9]*\).*/\1/p')
-for each in "80|header PHDR: its place in the file" "$((sections + 4))|section headers have the dynamic section else"; do
+address=80 # the first program header's
+[[ $(readelf -hW "$folder/whole.so") == *ELF64* ]] || address=60
+for each in "$address|header PHDR: its place in the file" "$((sections + 4))|section headers have the dynamic section else"; do
   cp "$folder/whole.so" "$library"
   printf '\006' | dd of="$library" bs=1 seek="${each%%|*}" conv=notrunc status=none
   [[ $("$check" "$library" 2>&1) == *"${each#*|}"* ]] || { echo "FAIL: ${each#*|}"; exit 1; }

@@ -48,6 +48,11 @@ class LibraryVerification {
                             "bytes cannot load it",
                             library_.elf().page_alignment(), kLargestPage));
         }
+        if (!library_.elf().protects_whole_pages()) {
+            findings_.notes.emplace_back(
+                "its protected part ends inside a page where pages have 16384 bytes; loaders may "
+                "leave that page writable");
+        }
         if (library_.encoding() == "none") {
             findings_.notes.emplace_back("ENCODING NONE: every key can be read from the tables");
         }

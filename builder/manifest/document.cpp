@@ -61,7 +61,7 @@ std::string without_quotes_of_the_text(std::string_view description) {
 }
 
 // Each dot of a dotted key puts a table into another, which the parser does not limit; whoever walks through them, and
-// its own destructors do, needs some stack for each.
+// its own destructors do, needs some stack for each. Dots in texts and comments count too: only the parser could tell.
 void refuse_too_many_dots(const fs::path &path, std::string_view text) {
     std::size_t dots = 0;
     const auto *const last = std::ranges::find_if(text, [&dots](char c) { return c == '.' && ++dots > kMostDots; });

@@ -55,7 +55,8 @@ struct ElfContents {
     std::size_t pointer_len = 0;
     std::vector<ElfSegment> segments; // loadable ones, in order of address, no two in one page
     std::uint64_t page_alignment = 0;
-    std::optional<ElfProtection> protection;
+    std::optional<ElfProtection> protection; // of pages of 4 KiB
+    bool protects_whole_pages = true;        // also where they are larger
     bool executable_stack = false;
     std::vector<ElfSymbol> symbols;         // sorted by name
     std::vector<std::string> names;         // of symbols that a loader may find, by index; empty: it passes this one by
@@ -64,6 +65,7 @@ struct ElfContents {
     std::vector<ElfRelocation> relocations; // sorted by address
     std::vector<std::uint64_t> other_kinds; // of relocations that no table needs, as the file has them
     bool text_relocations = false;
+    bool relocates_itself = false; // changes what the loader reads of it: entries, names, symbols, hash tables
     std::string soname;
     std::vector<std::string> needed;
     std::vector<std::string_view> initialisers; // the dynamic section's entries for code that the loader runs

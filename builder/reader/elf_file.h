@@ -60,7 +60,10 @@ class ElfFile {
     [[nodiscard]] std::size_t relocations() const { return contents_.relocations.size(); }
     // Their kinds, by the processor's ABI, if those are not the ones that a pointer to data needs.
     [[nodiscard]] const std::vector<std::uint64_t> &other_relocations() const { return contents_.other_kinds; }
+    [[nodiscard]] bool protects_whole_pages() const { return contents_.protects_whole_pages; }
     [[nodiscard]] bool has_text_relocations() const { return contents_.text_relocations; }
+    // Whether relocations change the dynamic section or what that leads to, which is then not what the file says.
+    [[nodiscard]] bool relocates_itself() const { return contents_.relocates_itself; }
     [[nodiscard]] const std::vector<std::string> &needed() const { return contents_.needed; }
     // Entries of the dynamic section for code that the loader runs, as in DT_INIT.
     [[nodiscard]] const std::vector<std::string_view> &initialisers() const { return contents_.initialisers; }

@@ -42,6 +42,11 @@ class ElfParser {
         read_dynamic(read_segments(elf_.get(), contents_));
         read_symbols();
         read_relocations();
+        contents_.relocates_itself = std::ranges::any_of(contents_.relocations, [this](const ElfRelocation &each) {
+            return std::ranges::any_of(read_, [&](const ElfProtection &part) {
+                return each.address < part.address + part.size && part.address < each.address + contents_.pointer_len;
+            });
+        });
         std::ranges::stable_sort(contents_.symbols, {}, &ElfSymbol::name);
         return std::move(contents_);
     }
@@ -81,6 +86,7 @@ class ElfParser {
         if (data == nullptr) {
             throw MalformedElf("has a dynamic section that cannot be read");
         }
+        read_.push_back({address, size});
         return data;
     }
 
@@ -108,6 +114,10 @@ class ElfParser {
         contents_.soname = value(DT_SONAME) ? text(*value(DT_SONAME)) : "";
         contents_.sysv_hash = value(DT_HASH);
         contents_.gnu_hash = value(DT_GNU_HASH);
+        // A hash table does not say where it ends, and has no pointers behind it in its segment.
+        for (const auto &start : {value(DT_STRTAB), value(DT_HASH), value(DT_GNU_HASH)}) {
+            read_.push_back({start.value_or(0), start ? contents_.bytes_from(*start).size() : 0});
+        }
         for (const Initialiser &row : kInitialisers) {
             if (value(row.tag) && (!row.size || value(*row.size).value_or(0) != 0)) {
                 contents_.initialisers.push_back(row.name);
@@ -263,6 +273,7 @@ class ElfParser {
                                       {DT_RELACOUNT, {}},
                                       {DT_RELCOUNT, {}}}};
     RelocationReader::SymbolAddresses symbol_addresses_; // by index
+    std::vector<ElfProtection> read_;                    // what a loader reads, too
 };
 
 } // namespace

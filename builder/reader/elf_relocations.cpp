@@ -93,7 +93,7 @@ void RelocationReader::read_entry(const Entry &entry, bool is_taken_for_relative
     if (entry.kind == kNone) {
         return;
     }
-    if (!is_usual(entry)) {
+    if (machine_ != nullptr && !is_usual(entry)) {
         contents_.other_kinds.push_back(entry.kind);
     }
     add(entry.address, target_of(entry));

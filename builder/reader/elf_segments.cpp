@@ -95,7 +95,7 @@ class SegmentReader {
                             (header.p_flags & PF_X) != 0});
     }
 
-    // The largest pages that the library is said to be for.
+    // The largest of Android's pages that the library is said to be for.
     [[nodiscard]] std::uint64_t page() const {
         return std::clamp<std::uint64_t>(contents_.page_alignment, kPages[0], kLargestPage);
     }
@@ -153,7 +153,7 @@ class SegmentReader {
         }
     }
 
-    // A page that is protected in part is not, for some loaders.
+    // A page that is protected in part is not, for some loaders. Not every linker thinks of larger pages than 4 KiB.
     void read_protection() {
         const GElf_Phdr *const header = only(PT_GNU_RELRO, "PT_GNU_RELRO");
         if (header == nullptr) {
@@ -163,8 +163,9 @@ class SegmentReader {
         if (end < header->p_vaddr) {
             throw MalformedElf("has a segment that does not fit the file");
         }
-        const std::uint64_t last = end - end % page();
+        const std::uint64_t last = end - end % kPages[0];
         contents_.protection = {header->p_vaddr, last - std::min(last, header->p_vaddr)};
+        contents_.protects_whole_pages = end % page() == 0;
     }
 
     Elf *elf_;

@@ -66,6 +66,9 @@ class TableLibraryReader {
             report("it has {} relocation{} that no table needs, of kind {} for one; a loader may run code for {}",
                    count, count == 1 ? "" : "s", elf_.other_relocations().front(), count == 1 ? "it" : "them");
         }
+        if (elf_.relocates_itself()) {
+            report("it changes, while it is loaded, what the loader reads of it; a loader may run code then");
+        }
         if (elf_.has_executable_stack()) {
             report("it makes the process's stack executable: its PT_GNU_STACK header says so or is missing");
         }

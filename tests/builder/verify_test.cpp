@@ -218,6 +218,13 @@ TEST_F(Verify, NamesCodeAndWhatCanBeWrittenTo) {
     }
 }
 
+// As linkers make it that round what is protected to pages of 4 KiB: no problem, but worth a word.
+TEST_F(Verify, NotesAPageThatIsProtectedInPart) {
+    EXPECT_EQ(built_otherwise("/bss.rel.ro/,/skip/d", "", "-Wl,-z,max-page-size=16384,-z,common-page-size=4096"), "");
+    EXPECT_EQ(verify().notes, std::vector<std::string>{"its protected part ends inside a page where pages have 16384 "
+                                                       "bytes; loaders may leave that page writable"});
+}
+
 // A number that the dynamic section of a 64-bit library has under this tag, whose place in the file it is too.
 size_t place_of(const std::string &file, std::int64_t tag) {
     Elf64_Ehdr header;
@@ -298,9 +305,10 @@ const HeaderDamage kHeaderDamages[] = {
     {[](auto &h) { h.add(h.of(PT_GNU_RELRO)); }, "has 2 PT_GNU_RELRO headers, and loaders differ in which one counts"},
     {[](auto &h) { h.add(h.of(PT_GNU_STACK)); }, "has 2 PT_GNU_STACK headers, and loaders differ in which one counts"},
     {[](auto &h) { h.of(PT_GNU_STACK).p_type = PT_NULL; }, "it makes the process's stack executable:"},
-    {[](auto &h) { h.of(PT_GNU_RELRO).p_memsz = 0x1000; },
+    {[](auto &h) { h.of(PT_GNU_RELRO).p_memsz = 8; },
      "symbol aes_keyids stands where it can be written to at run time"},
     {[](auto &h) { h.relocation.r_info = 0; }, "counts relocations as relative ones that are of another kind"},
+    {[](auto &h) { h.relocation.r_offset = h.of(PT_DYNAMIC).p_vaddr + 8; }, "it changes, while it is loaded, what the"},
     {[](auto &h) { h.relocation.r_info |= std::uint64_t{9999} << 32U; }, "it has 1 relocation that no table needs, of"},
 };
 
