@@ -71,10 +71,10 @@ void xor_block(uint8_t dst[16], const uint8_t src[16]) {
 }
 
 void shift_right_block(uint8_t v[16]) {
-    const uint64_t high = wbkit::load_be64(v);
-    const uint64_t low = wbkit::load_be64(v + 8);
-    wbkit::store_be64(v, high >> 1);
-    wbkit::store_be64(v + 8, low >> 1 | high << 63);
+    for (size_t i = wbkit::kBlockSize - 1; i > 0; --i) {
+        v[i] = static_cast<uint8_t>(v[i] >> 1 | v[i - 1] << 7);
+    }
+    v[0] >>= 1;
 }
 
 void gf_mult(const uint8_t x[16], const uint8_t y[16], uint8_t z[16]) {
