@@ -10,6 +10,7 @@
 #include "quen/hash.h"
 #include "support/byte_order.h"
 #include "support/kernel.h"
+#include "support/secret.h"
 
 using wbkit::kSha256BlockSize;
 using wbkit::Sha256Kernel;
@@ -81,6 +82,7 @@ void sha256_final(sha256_ctx *ctx, uint8_t hash[32]) {
     for (size_t i = 0; i < std::size(ctx->state); ++i) {
         wbkit::store_be32(hash + 4 * i, ctx->state[i]);
     }
+    wbkit::wipe_stack<64>(); // without optimisation a call has its arguments there
 }
 
 void sha256_transform(sha256_ctx *ctx, const uint8_t block[64]) {
