@@ -38,8 +38,8 @@ struct ElfSegment {
     bool executable;
 };
 
-// What the loader protects from writing once it has put addresses in: whole pages, whatever their size.
-struct ElfProtection {
+// Bytes of memory.
+struct ElfRange {
     std::uint64_t address;
     std::uint64_t size; // address + size does not overflow
 };
@@ -55,8 +55,8 @@ struct ElfContents {
     std::size_t pointer_len = 0;
     std::vector<ElfSegment> segments; // loadable ones, in order of address, no two in one page
     std::uint64_t page_alignment = 0;
-    std::optional<ElfProtection> protection; // of pages of 4 KiB
-    bool protects_whole_pages = true;        // also where they are larger
+    std::optional<ElfRange> protection; // from writing, once addresses are put in: whole pages of 4 KiB
+    bool protects_whole_pages = true;   // also where they are larger
     bool executable_stack = false;
     std::vector<ElfSymbol> symbols;         // sorted by name
     std::vector<std::string> names;         // of symbols that a loader may find, by index; empty: it passes this one by

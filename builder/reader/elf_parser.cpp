@@ -43,7 +43,7 @@ class ElfParser {
         read_symbols();
         read_relocations();
         contents_.relocates_itself = std::ranges::any_of(contents_.relocations, [this](const ElfRelocation &each) {
-            return std::ranges::any_of(read_, [&](const ElfProtection &part) {
+            return std::ranges::any_of(read_, [&](const ElfRange &part) {
                 return each.address < part.address + part.size && part.address < each.address + contents_.pointer_len;
             });
         });
@@ -90,7 +90,7 @@ class ElfParser {
         return data;
     }
 
-    void read_dynamic(const ElfDynamicSection &section) {
+    void read_dynamic(const ElfRange &section) {
         const std::uint64_t count = section.size / gelf_fsize(elf_.get(), ELF_T_DYN, 1, EV_CURRENT);
         if (count == 0 || count > kMostDynamicEntries) {
             throw MalformedElf("has a dynamic section that cannot be read");
@@ -214,6 +214,7 @@ class ElfParser {
     void read_relocations() {
         RelocationReader reader(contents_, machine_, symbol_addresses_);
         if (value(DT_RELR)) {
+            read_.push_back({*value(DT_RELR), value(DT_RELRSZ).value_or(0)});
             reader.read_relr(*value(DT_RELR), value(DT_RELRSZ).value_or(0));
         }
         read_entries(reader, {DT_RELA, DT_RELASZ, ELF_T_RELA}, value(DT_RELACOUNT).value_or(0));
@@ -273,7 +274,7 @@ class ElfParser {
                                       {DT_RELACOUNT, {}},
                                       {DT_RELCOUNT, {}}}};
     RelocationReader::SymbolAddresses symbol_addresses_; // by index
-    std::vector<ElfProtection> read_;                    // what a loader reads, too
+    std::vector<ElfRange> read_;                         // what a loader reads, too
 };
 
 } // namespace

@@ -28,7 +28,7 @@ class SegmentReader {
   public:
     SegmentReader(Elf *elf, ElfContents &contents) : elf_(elf), contents_(contents) {}
 
-    ElfDynamicSection read() {
+    ElfRange read() {
         read_headers();
         for (const GElf_Phdr &header : headers_) {
             if (header.p_type == PT_LOAD) {
@@ -176,7 +176,7 @@ class SegmentReader {
 
 } // namespace
 
-ElfDynamicSection read_segments(Elf *elf, ElfContents &contents) {
+ElfRange read_segments(Elf *elf, ElfContents &contents) {
     return SegmentReader(elf, contents).read();
 }
 
